@@ -1,0 +1,8 @@
+/* zebbase.h: all of ZEBBASE. */
+#ifndef ZEBBASE_ZEBBASE_H
+#define ZEBBASE_ZEBBASE_H
+
+#include <zebbase/base.h>
+#include <zebbase/types.h>
+
+#endif
