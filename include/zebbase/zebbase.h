@@ -3,6 +3,7 @@
 #define ZEBBASE_ZEBBASE_H
 
 #include <zebbase/base.h>
+#include <zebbase/tme.h>
 #include <zebbase/types.h>
 
 #endif

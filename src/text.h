@@ -1,0 +1,127 @@
+// text.h: characters and texts, without locale: the letters and digits here are those of ASCII.
+
+#ifndef ZEBBASE_SRC_TEXT_H
+#define ZEBBASE_SRC_TEXT_H
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "zebbase/types.h"
+
+constexpr bool IsDigit(char ch) { return ch >= '0' && ch <= '9'; }
+constexpr char ToLower(char ch) { return ch >= 'A' && ch <= 'Z' ? static_cast<char>(ch + ('a' - 'A')) : ch; }
+constexpr bool IsLetter(char ch) { return ToLower(ch) >= 'a' && ToLower(ch) <= 'z'; }
+constexpr bool IsPrintable(char ch) { return ch >= ' ' && ch <= '~'; }
+constexpr bool IsWhite(char ch) { return ch == ' ' || ch == '\t' || ch == '\r' || ch == '\n'; }
+
+// Whether two texts are equal without regard to case.
+inline bool EqualNoCase(std::string_view sv1, std::string_view sv2) {
+  return sv1.size() == sv2.size() && std::equal(sv1.begin(), sv1.end(), sv2.begin(),
+                                                [](char ch1, char ch2) { return ToLower(ch1) == ToLower(ch2); });
+}
+
+// As strncasecmp: compares at most cb characters, up to a terminator, and gives the first difference.
+inline int CompareNoCase(const char *psz1, const char *psz2, std::size_t cb) {
+  for (; cb > 0; cb--, psz1++, psz2++) {
+    const int iDifference = static_cast<unsigned char>(ToLower(*psz1)) - static_cast<unsigned char>(ToLower(*psz2));
+    if (iDifference != 0 || *psz1 == '\0') return iDifference;
+  }
+  return 0;
+}
+
+// What follows the last '/'.
+inline const char *BaseName(const char *psz) {
+  const char *pszSlash = std::strrchr(psz, '/');
+  return pszSlash ? pszSlash + 1 : psz;
+}
+
+// The digit run at psz as a number that stops at ulLimit, which has at least ten digits, and psz moved past it.
+inline ULONG ReadDigits(const char *&psz, ULONG ulLimit) {
+  const char *pszChecked = psz + 9; // shorter numbers are below every limit
+  ULONG ul = 0;
+  for (; IsDigit(*psz) && psz < pszChecked; psz++) ul = ul * 10 + static_cast<ULONG>(*psz - '0');
+  for (; IsDigit(*psz); psz++)
+    ul = static_cast<ULONG>(std::min<std::uint64_t>(ul * std::uint64_t{10} + static_cast<ULONG>(*psz - '0'), ulLimit));
+  return ul;
+}
+
+// Formats into a buffer, which is terminated either way. Result: whether all of it fitted.
+template <std::size_t N>
+[[gnu::format(printf, 2, 3)]] inline bool Format(char (&szDest)[N], const char *pszFormat, ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  const int iLength = std::vsnprintf(szDest, N, pszFormat, args);
+  va_end(args);
+  if (iLength < 0) szDest[0] = '\0';
+  return iLength >= 0 && static_cast<std::size_t>(iLength) < N;
+}
+
+// Fills an array with the beginning of a text and zeros; a text that fills it is not terminated.
+template <std::size_t N>
+inline void CopyPadded(char (&achDest)[N], const char *psz) {
+  const std::size_t cb = strnlen(psz, N);
+  std::memcpy(achDest, psz, cb);
+  std::memset(achDest + cb, 0, N - cb);
+}
+
+// A number as text, with at least ulWidth digits, for as long as this object lives.
+class Digits {
+ public:
+  Digits(ULONG ul, ULONG ulBase, ULONG ulWidth) {
+    for (; ul != 0 || pch_ > ach_ + sizeof ach_ - ulWidth; ul /= ulBase) *--pch_ = "0123456789abcdef"[ul % ulBase];
+  }
+  Digits(const Digits &) = delete;
+  Digits &operator=(const Digits &) = delete;
+  operator std::string_view() const { return {pch_, static_cast<std::size_t>(ach_ + sizeof ach_ - pch_)}; }
+
+ private:
+  char ach_[10]; // what 32 bits take in decimal
+  char *pch_ = ach_ + sizeof ach_;
+};
+
+// The base is a constant, which spares the divisions.
+inline Digits Decimal(ULONG ul, ULONG ulWidth = 1) { return {ul, 10, ulWidth}; }
+inline Digits Hexadecimal(ULONG ul) { return {ul, 16, 1}; }
+
+// A text of at most N - 1 characters that is built piece by piece; what does not fit is cut, and remembered.
+template <std::size_t N>
+class TextBuffer {
+ public:
+  TextBuffer &Put(std::string_view sv) {
+    const std::size_t cb = std::min(sv.size(), N - 1 - cb_);
+    fCut_ |= cb < sv.size();
+    std::memcpy(ach_ + cb_, sv.data(), cb);
+    cb_ += cb;
+    return *this;
+  }
+  TextBuffer &Put(char ch) { return Put(std::string_view(&ch, 1)); }
+  TextBuffer &PutPadded(std::string_view sv, std::size_t cbWidth) { // blanks first
+    for (std::size_t cb = sv.size(); cb < cbWidth; cb++) Put(' ');
+    return Put(sv);
+  }
+  TextBuffer &PutNumber(ULONG ul, ULONG ulWidth = 1) { return Put(Decimal(ul, ulWidth)); }
+  void Shorten(std::size_t cb) { // to a length that it had
+    cb_ = cb;
+    fCut_ = false;
+  }
+  const char *Text() { // terminated
+    ach_[cb_] = '\0';
+    return ach_;
+  }
+  const char *Data() const { return ach_; }
+  std::size_t Length() const { return cb_; }
+  std::size_t Room() const { return N - 1 - cb_; }
+  bool IsCut() const { return fCut_; }
+
+ private:
+  char ach_[N];
+  std::size_t cb_ = 0;
+  bool fCut_ = false;
+};
+
+#endif
