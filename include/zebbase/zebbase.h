@@ -3,6 +3,8 @@
 #define ZEBBASE_ZEBBASE_H
 
 #include <zebbase/base.h>
+#include <zebbase/err.h>
+#include <zebbase/mem.h>
 #include <zebbase/tme.h>
 #include <zebbase/types.h>
 

@@ -1,0 +1,87 @@
+/* mem.h: tracked memory.
+   Every block remembers the source file and line that asked for it and has a guard on both sides of its data. All live
+   blocks hang in one chain, oldest first, which can be checked and listed at any time; two counters (blocks, and bytes
+   with the 25 of overhead of each block) are held against limits. Data is zero on allocation and cleared on release.
+   Allocation and release take constant time.
+
+   Damage and limit breaches are reported through ErrPutError (err.h) with kind 9, and only while VERB_ERROR is set in
+   flVerbosity. At load time the limits are 10,000,000 bytes and 10,000 blocks, and exceeding one ENDS THE PROCESS with
+   exit status 1: a program with more to hold calls MemSetLimits first. */
+#ifndef ZEBBASE_MEM_H
+#define ZEBBASE_MEM_H
+
+#include <stdio.h>
+#include <zebbase/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The header of a block; the caller's data follows it, and one guard byte follows the data. */
+typedef struct MEMBLOCK {
+  ULONG ulSize;             /* of the whole block: the request + MEM_OVERHEAD */
+  struct MEMBLOCK *pmbNext; /* the next younger block */
+  struct MEMBLOCK *pmbPrev; /* the next older block */
+  USHORT usLine;            /* the allocating line, cut to 16 bits */
+  char achFile[6];          /* the allocating file's base name, cut to 6 and then not terminated */
+  ULONG ulGuard;            /* MEM_GUARD */
+} MEMBLOCK;
+
+#define MEM_OVERHEAD 25UL       /* bytes that a block costs beyond its data */
+#define MEM_GUARD 0x55AA55AAUL  /* before the data */
+#define MEM_TRAILING_GUARD 0x55 /* after the data, one byte */
+
+/* Allocates a block, filled with zeros and aligned to 8 bytes.
+   ulBytes  size of the data; 0 is fine.
+   ulLine, pszFile  the caller's source position. Of the file, six characters of the base name are kept; null is empty.
+   Result   the data, the caller's to free with MemFreeMem_. Null, with a report of kind 4 and nothing changed, when
+            there is no memory or ulBytes + 25 exceeds 32 bits. A limit that would be exceeded is reported; then it ends
+            the process when it is fatal, and otherwise only warns. */
+ZEB_API void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile);
+
+/* Checks, clears and releases a block. Null is said on standard error and nothing else happens.
+   A damaged block is reported and released all the same, with two exceptions that are reported and left alone: a block
+   whose size word cannot be true, and a pointer with a damaged head guard that is not in the chain of live blocks (it
+   never came from MemAllocMem_, or has been freed). */
+ZEB_API void MemFreeMem_(void *pv);
+
+/* Checks a block and gives its total size, the request + 25; 0 for null. */
+ZEB_API ULONG MemQueryBlockSize(void *pv);
+
+/* Stores the bytes (overhead included) and the number of all live blocks; either pointer may be null. Result 0. */
+ZEB_API ULONG MemQueryStatus(ULONG *pulAmount, ULONG *pulBlocks);
+
+/* Sets the limits, in bytes (overhead included) and in blocks, and whether exceeding one ends the process. They are
+   tested when a block is allocated. Result 0. */
+ZEB_API ULONG MemSetLimits(ULONG ulMaxAmount, ULONG ulMaxBlocks, BOOL fFatal);
+
+/* The bytes of all live blocks, overhead included. */
+ZEB_API ULONG MemQueryMemoryAllocated(void);
+
+/* Checks every live block and reports what is damaged. Result 1. */
+ZEB_API BOOL MemCheckMemory(void);
+
+/* Writes a line per live block, oldest first: number, address of the header, file, line, total size. Result 1.
+   pf       the caller's stream; null writes nothing. */
+ZEB_API BOOL MemDumpMemory(FILE *pf);
+
+/* A tracked copy of a text, to be freed with MemFreeMem_ or MemFreeString_; null for null or without memory. */
+ZEB_API char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile);
+
+/* Replaces the tracked text in a variable by a copy of another.
+   ppsz     the variable, with a tracked text (freed) or null.
+   psz      the text to copy, which may be the one to be freed, or a part of it; null for none.
+   Result   what the variable now holds: the copy, or null for a null psz or without memory. */
+ZEB_API char *MemFreeStringAlloc_(char **ppsz, const char *psz, ULONG ulLine, const char *pszFile);
+
+/* Replaces the tracked text in a variable by another tracked text, which the variable takes over. Setting the text that
+   the variable already holds changes nothing. Result psz. */
+ZEB_API char *MemFreeStringSet(char **ppsz, char *psz);
+
+/* Frees a tracked text; null does nothing. */
+ZEB_API void MemFreeString_(char *psz);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,224 @@
+// memory_test.cpp: tracked memory, against a model of its blocks.
+
+#include "zebbase/mem.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <random>
+
+#include "support.h"
+
+namespace {
+using Messages = std::vector<std::string>;
+const Messages astrNone;
+const Messages astrNoMemory = {"A NULL pointer was detected."};
+
+struct BLOCK {
+  char *pch;
+  ULONG ulSize;
+  ULONG ulLine;
+  const char *pszShown; // of the file name
+};
+
+std::string DumpOf(const std::vector<BLOCK> &ablock) {
+  std::string str;
+  for (const BLOCK &block : ablock) {
+    char sz[100];
+    std::snprintf(sz, sizeof sz, "%5td. %p %6s - %lu: %lu\n", &block - ablock.data() + 1,
+                  static_cast<void *>(block.pch - 24), block.pszShown, block.ulLine & 0xFFFF, block.ulSize);
+    str += sz;
+  }
+  return str;
+}
+
+class MemoryTest : public NoLeak {
+ protected:
+  static char *Alloc(ULONG ulBytes) { return static_cast<char *>(MemAllocMem_(ulBytes, 70000, "src/links")); }
+  static std::string Dump() {
+    char sz[8192] = "";
+    FILE *pf = fmemopen(sz, sizeof sz, "w");
+    EXPECT_EQ(MemDumpMemory(pf), 1u);
+    std::fclose(pf);
+    return sz;
+  }
+};
+} // namespace
+
+TEST_F(MemoryTest, CountsMeasuresAndListsItsBlocks) {
+  const char *const aapszNames[][2] = {{"lists", "lists"}, {"/d/memory", "memory"}, {"error_test.c", "error_"}, {}};
+  std::mt19937 random(1);
+  std::vector<BLOCK> ablock;
+  ULONG ulAmount = 0;
+  for (int i = 0; i < 4000; i++) {
+    ASSERT_EQ(Blocks(), ablock.size());
+    ASSERT_EQ(Amount(), ulAmount);
+    ASSERT_TRUE(i % 50 != 0 || Dump() == DumpOf(ablock)) << Dump();
+    if (random() % 40 >= ablock.size()) {
+      const auto &[pszFile, pszShown] = aapszNames[random() % 4];
+      const ULONG ulBytes = random() % 20 ? random() % 300 : random() % 100000, ulLine = random() % 200000;
+      auto *pch = static_cast<char *>(MemAllocMem_(ulBytes, ulLine, pszFile));
+      ASSERT_EQ(std::count(pch, pch + ulBytes, '\0'), static_cast<long>(ulBytes));
+      std::memset(pch, 0xFF, ulBytes);
+      ablock.push_back({pch, ulBytes + 25, ulLine, pszShown ? pszShown : ""});
+      ulAmount += ulBytes + 25;
+    } else {
+      const auto it = ablock.begin() + static_cast<std::ptrdiff_t>(random() % ablock.size());
+      ASSERT_EQ(MemQueryBlockSize(it->pch), it->ulSize);
+      MemFreeMem_(it->pch);
+      ulAmount -= it->ulSize;
+      ablock.erase(it);
+    }
+  }
+  for (const BLOCK &block : ablock) MemFreeMem_(block.pch);
+  EXPECT_EQ(MemQueryBlockSize(nullptr) + MemQueryStatus(nullptr, nullptr), 0u);
+  EXPECT_EQ(MemCheckMemory() & MemDumpMemory(nullptr), 1u);
+}
+
+TEST_F(MemoryTest, ReportsADamagedBlockAndFreesIt) {
+  Reports reports;
+  for (const long lBytes : {0L, 1L, 100L}) {
+    for (const long lOffset : {-4L, -1L, lBytes}) {
+      const std::string strGuard = lOffset < 0 ? "Top" : "Bottom";
+      const Messages astrExpected = {strGuard + " guard corrupt. Allocated:  links:4464"};
+      char *const apch[] = {Alloc(1), Alloc(static_cast<ULONG>(lBytes)), Alloc(1)};
+      apch[1][lOffset] ^= 1;
+      EXPECT_EQ(MemQueryBlockSize(apch[1]), static_cast<ULONG>(lBytes + 25));
+      EXPECT_EQ(reports.Take(), astrExpected);
+      EXPECT_EQ(MemCheckMemory(), 1u);
+      EXPECT_EQ(reports.Take(), astrExpected);
+      MemFreeMem_(apch[1]);
+      EXPECT_EQ(reports.Take(), astrExpected);
+      MemFreeMem_(apch[0]);
+      MemFreeMem_(apch[2]);
+    }
+  }
+  EXPECT_EQ(reports.Take(), astrNone);
+}
+
+TEST_F(MemoryTest, FindsTheNeighboursOfABlockWhoseLinksAreDamaged) {
+  Reports reports;
+  for (ULONG ulDamaged = 0; ulDamaged < 3; ulDamaged++) {
+    for (const ULONG ulUnderflow : {16UL, 20UL}) { // through pmbPrev, and through pmbNext as well
+      char *const apch[] = {Alloc(1), Alloc(1), Alloc(1)};
+      std::memset(apch[ulDamaged] - ulUnderflow, 0x11, ulUnderflow);
+      MemCheckMemory();
+      MemFreeMem_(apch[ulDamaged]);
+      EXPECT_EQ(reports.Take().size(), 2u) << ulDamaged << ", " << ulUnderflow;
+      for (ULONG ul = 0; ul < 3; ul++)
+        if (ul != ulDamaged) MemFreeMem_(apch[ul]);
+      EXPECT_EQ(reports.Take(), astrNone);
+    }
+  }
+}
+
+TEST_F(MemoryTest, LeavesAloneWhatCannotBeALiveBlock) {
+  Reports reports;
+  char *pch = Alloc(100);
+  auto *pmb = reinterpret_cast<MEMBLOCK *>(pch) - 1;
+  for (const ULONG ulSize : {126UL, 0x7FFFFFFFUL, 0xFFFFFFFFUL, 24UL, 0UL}) {
+    pmb->ulSize = ulSize;
+    MemFreeMem_(pch);
+    EXPECT_EQ(reports.Take(), Messages{"Size invalid. Allocated:  links:4464"}) << ulSize;
+  }
+  pmb->ulSize = 125;
+  MEMBLOCK ambForeign[2] = {};
+  ambForeign[0].ulSize = sizeof ambForeign;
+  MemFreeMem_(&ambForeign[1]);
+  EXPECT_EQ(reports.Take(), Messages{"Top guard corrupt. Allocated:       :0"});
+  EXPECT_EQ(Amount(), 125u);
+  BaseSetVerbosity(~VERB_ERROR);
+  pch[-1] = pch[100] = 0;
+  MemFreeMem_(pch);
+  EXPECT_EQ(reports.Take(), astrNone) << "while errors are not wanted";
+  Capture capture(stderr);
+  MemFreeMem_(nullptr);
+  MemFreeString_(nullptr);
+  EXPECT_EQ(capture.Take(), "Warning! Tried to free NULL pointer.\n");
+}
+
+TEST_F(MemoryTest, ClearsWhatItFreesAndRefusesToFreeItAgain) {
+  if (!FailMalloc::Works()) GTEST_SKIP() << "freed memory is not to be looked at here";
+  Reports reports;
+  char *pchLive = Alloc(1000), *pch = Alloc(200);
+  std::memset(pch, 0xFF, 200);
+  MemFreeMem_(pch);
+  EXPECT_EQ(std::count(pch, pch + 201, '\0'), 201) << "guard included";
+  MemFreeMem_(pch);
+  EXPECT_GE(reports.Take().size(), 1u);
+  EXPECT_EQ(Amount(), 1025u);
+  MemFreeMem_(pchLive);
+}
+
+TEST_F(MemoryTest, WarnsOfALimitThatIsNotFatal) {
+  Reports reports;
+  EXPECT_EQ(MemSetLimits(150, 2, 0), 0u);
+  char *const apchWithin[] = {Alloc(100), Alloc(0)};
+  EXPECT_EQ(reports.Take(), astrNone) << "at both limits";
+  char *const pchBeyond = Alloc(100);
+  EXPECT_EQ(reports.Take(),
+            (Messages{"Exceeded MaxAmountMemoryAllowed 275 > 150", "Exceeded MaxNumBlocksAllowed 3 > 2"}));
+  for (char *pch : {apchWithin[0], apchWithin[1], pchBeyond}) MemFreeMem_(pch);
+}
+
+TEST_F(MemoryTest, EndsTheProcessAtAFatalLimit) {
+  const auto ReportToStderr = [](ULONG, const char *pszMessage) -> ULONG { return std::fputs(pszMessage, stderr) < 0; };
+  ErrInitialize(ERR_TYPE_CALLBACK, nullptr, static_cast<PFNERRREPORT>(ReportToStderr));
+  const auto Exhaust = [](ULONG ulBytes, int iBlocks) {
+    for (int i = 0; i < iBlocks; i++) Alloc(ulBytes);
+    std::fputs("within. ", stderr);
+    Alloc(1);
+  };
+  EXPECT_EXIT(Exhaust(1, 10000), testing::ExitedWithCode(1), "^within. Exceeded MaxNumBlocksAllowed 10001 > 10000$");
+  EXPECT_EXIT(Exhaust(10000000 - 25, 1), testing::ExitedWithCode(1),
+              "^within. Exceeded MaxAmountMemoryAllowed 10000026 > 10000000$");
+  BaseSetVerbosity(~VERB_ERROR);
+  EXPECT_EXIT(Exhaust(1, 10000), testing::ExitedWithCode(1), "^within. $");
+}
+
+TEST_F(MemoryTest, GivesNullWithoutMemory) {
+  Reports reports;
+  LiftLimits();
+  BaseSetVerbosity(0); // this report is made all the same
+  char *psz = MemAllocString_("old", 1, "test");
+  for (ULONG ul = 0xFFFFFFE7; ul != 0; ul++) { // sizes that wrap around
+    EXPECT_EQ(Alloc(ul), nullptr) << ul;
+    EXPECT_EQ(reports.Take(), astrNoMemory) << ul;
+  }
+  if (FailMalloc::Works()) {
+    const auto Fails = [&](auto call) { return (FailMalloc(), !call()) && reports.Take() == astrNoMemory; };
+    EXPECT_TRUE(Fails([] { return Alloc(10); }));
+    EXPECT_TRUE(Fails([] { return MemAllocString_("text", 1, "test"); }));
+    EXPECT_EQ(Amount(), 29u);
+    EXPECT_TRUE(Fails([&] { return MemFreeStringAlloc_(&psz, "new", 1, "test"); }));
+    EXPECT_EQ(psz, nullptr);
+  }
+  MemFreeString_(psz);
+}
+
+TEST_F(MemoryTest, TextVariablesHoldWhatWasStored) {
+  std::mt19937 random(2);
+  char *psz = nullptr;
+  for (int i = 0; i < 2000; i++) {
+    std::optional<std::string> strModel = psz ? std::optional<std::string>(psz) : std::nullopt;
+    const std::string str(random() % 50, static_cast<char>('a' + i % 26));
+    const char *pszResult = psz;
+    if (const auto uChoice = random() % 5; uChoice == 0) {
+      pszResult = MemFreeStringAlloc_(&psz, (strModel = str)->c_str(), 1, "test");
+    } else if (uChoice == 1) {
+      pszResult = MemFreeStringSet(&psz, MemAllocString_((strModel = str)->c_str(), 1, "test"));
+    } else if (uChoice == 2) {
+      pszResult = i % 2 ? MemFreeStringAlloc_(&psz, nullptr, 1, "test") : MemFreeStringSet(&psz, nullptr);
+      strModel.reset();
+    } else if (uChoice == 3) {
+      EXPECT_EQ(MemFreeStringSet(&psz, psz), pszResult) << "is kept";
+    } else if (psz) { // the end of the very text that is freed
+      strModel = strModel->substr(random() % (strModel->size() + 1));
+      pszResult = MemFreeStringAlloc_(&psz, psz + std::strlen(psz) - strModel->size(), 1, "test");
+    }
+    ASSERT_EQ(pszResult, psz);
+    ASSERT_EQ(psz ? std::optional<std::string>(psz) : std::nullopt, strModel);
+    ASSERT_EQ(Amount(), psz ? std::strlen(psz) + 1 + 25 : 0);
+  }
+  MemFreeString_(psz);
+}

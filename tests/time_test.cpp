@@ -1,0 +1,173 @@
+// time_test.cpp: points in time, against the C library's calendar and the classic formulas.
+
+#include "zebbase/tme.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <random>
+#include <string>
+
+namespace {
+static_assert(sizeof(std::time_t) == 8, "the calendar to compare with must reach 2106");
+constexpr double dSeconds = 4294967296.0; // of the range
+
+std::string Text(const char *pszFormat, double dTime) {
+  const auto t = static_cast<std::time_t>(dTime);
+  std::tm tm;
+  gmtime_r(&t, &tm);
+  char sz[64];
+  std::strftime(sz, sizeof sz, pszFormat, &tm);
+  return sz;
+}
+
+// One of the text forms, of which not a byte more than cb may be written.
+template <typename Time>
+std::string Render(char *(*pfnForm)(Time, char *), Time time, std::size_t cb) {
+  char sz[32];
+  std::memset(sz, '#', sizeof sz);
+  EXPECT_EQ(pfnForm(time, sz), sz);
+  EXPECT_EQ(std::string(sz + cb, sizeof sz - cb), std::string(sizeof sz - cb, '#'));
+  return std::string(sz, cb).c_str();
+}
+std::string TimeString(REALTIME rt) { return Render(TmeRealTimeToString, rt, 25); }
+std::string CTime(REALTIME rt) { return Render(Tme_ctime, static_cast<const REALTIME *>(&rt), 25); }
+
+// The classic formula of the day number, with its quotients truncated towards zero.
+std::int64_t JulianDay(std::int64_t year, std::int64_t month, std::int64_t day) {
+  if (year < 0) year++;
+  const std::int64_t y = month <= 2 ? year - 1 : year;
+  const std::int64_t m = month <= 2 ? month + 13 : month + 1;
+  std::int64_t j = 365 * y + y / 4 + static_cast<std::int64_t>(30.6001 * static_cast<double>(m)) + day + 1720995;
+  if (31 * (month + 12 * year) + day > 588828) j += 2 - y / 100 + y / 100 / 4;
+  return j;
+}
+
+// Expects every field of a breakdown, and every text form of it.
+void ExpectTime(REALTIME rt) {
+  const double t = (rt < 0 ? 0 : rt) + 0.00005;
+  const double s = std::floor(t);
+  TIMESTRUCT ts;
+  std::memset(&ts, 0xEE, sizeof ts);
+  ASSERT_EQ(TmeRealTimeToStruct(rt, &ts), &ts);
+  char sz[64];
+  std::snprintf(sz, sizeof sz, "%04lu-%02lu-%02lu_%02lu:%02lu:%02lu %03lu %lu", ts.ulYear, ts.ulMonth, ts.ulDay,
+                ts.ulHour, ts.ulMinute, ts.ulSecond, ts.ulDayOfYear, ts.ulWeekDay);
+  ASSERT_EQ(sz, Text("%Y-%m-%d_%H:%M:%S %j %w", s)) << rt;
+  ASSERT_EQ(ts.ulFraction, static_cast<ULONG>((t - s) * 10000.0)) << rt;
+  ASSERT_EQ(ts.fltSeconds, static_cast<float>(std::fmod(s, 60) + (t - s))) << rt;
+  std::snprintf(sz, sizeof sz, ".%04lu", ts.ulFraction);
+  ASSERT_EQ(TimeString(rt), Text("%Y-%m-%d_%H:%M:%S", s) + sz) << rt;
+  ASSERT_EQ(Render(TmeRealTimeToAltString, rt, 16), Text("%Y%m%d.%H%M%S", s)) << rt;
+  ASSERT_EQ(CTime(rt), Text("%a %b %d %H:%M:%S %Y", s)) << rt;
+}
+} // namespace
+
+TEST(TmeRealTimeToStruct, AgreesWithTheCalendarOnEveryDay) {
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> second(0, 86400);
+  for (int iDay = 0; iDay < 49710 && !HasFatalFailure(); iDay++) ExpectTime(86400.0 * iDay + second(random));
+  for (const double d : {0.0, -0.0, -1.0, 59.99996, 1.23456, 86399.99994, 86399.99996, 951782400.0, 4294967295.0})
+    ExpectTime(d);
+}
+
+TEST(TmeRealTimeToStruct, TakesEverythingBeyondTheRangeAsItsEnd) {
+  for (const double d : {-1e300, -HUGE_VAL, std::nan("")}) EXPECT_EQ(TimeString(d), "1970-01-01_00:00:00.0000") << d;
+  for (const double d : {dSeconds - 0.0001, dSeconds, 1e300, HUGE_VAL})
+    EXPECT_EQ(TimeString(d), "2106-02-07_06:28:15.9999") << d;
+}
+
+TEST(TmeStructToRealTime, AddsUpAnyFields) {
+  std::mt19937 random(2);
+  const auto Any = [&](ULONG ulOften) { return random() % 8 ? random() % ulOften : random() % 1000000; };
+  for (int i = 0; i < 100000; i++) {
+    const ULONG ulYear = random() % 5 ? 1960 + random() % 160 : Any(120);
+    const float flt = static_cast<float>(Any(60)) / 8;
+    TIMESTRUCT ts = {ulYear, Any(14), Any(34), Any(26), random(), Any(70), Any(10000), flt, 0, 0};
+    if (random() % 3 == 0) ts.ulSecond = TME_SECOND_IN_FLOAT;
+    const REALTIME rt = TmeStructToRealTime(&ts);
+    ASSERT_EQ(ts.ulYear, ulYear <= 99 ? ulYear + 1900 : ulYear);
+    const std::int64_t llDays = JulianDay(ts.ulYear, ts.ulMonth, ts.ulDay) - 2440588;
+    const auto ulBase = static_cast<std::uint32_t>(86400 * llDays + 3600LL * ts.ulHour + 60LL * ts.ulMinute);
+    const double d = ts.ulSecond == TME_SECOND_IN_FLOAT
+                         ? ulBase + static_cast<double>(ts.fltSeconds)
+                         : static_cast<std::uint32_t>(ulBase + ts.ulSecond) + ts.ulFraction * 0.0001;
+    ASSERT_DOUBLE_EQ(rt, llDays < 0 ? 0.0 : d) << ulYear << ' ' << ts.ulMonth << ' ' << ts.ulDay;
+  }
+}
+
+TEST(DateToJulianDay, FollowsTheFormulaOnAnyNumbers) {
+  EXPECT_EQ(DateToJulianDay(1582, 10, 4), 2299160);
+  EXPECT_EQ(DateToJulianDay(1582, 10, 15), 2299161);
+  EXPECT_EQ(DateToJulianDay(2000, 1, 1), 2451545);
+  std::mt19937 random(3);
+  const auto Any = [&] { return static_cast<LONG>(random()) >> random() % 32; };
+  for (int i = 0; i < 100000; i++) {
+    const LONG lYear = Any(), lMonth = Any(), lDay = Any();
+    ASSERT_EQ(DateToJulianDay(lYear, lMonth, lDay), static_cast<LONG>(JulianDay(lYear, lMonth, lDay)))
+        << lYear << ' ' << lMonth << ' ' << lDay;
+  }
+}
+
+TEST(TimeTexts, AreReadBack) {
+  std::mt19937 random(4);
+  std::uniform_real_distribution<double> time(0, dSeconds - 1);
+  for (int i = 0; i < 30000; i++) {
+    const REALTIME rt = time(random);
+    const double dSecond = std::floor(rt + 0.00005);
+    const double dMinute = dSecond - std::fmod(dSecond, 60);
+    ASSERT_NEAR(TmeStringToRealTime(TimeString(rt).c_str()), rt, 0.000051);
+    ASSERT_EQ(TmeMSTimeStringToRealTime(CTime(rt).c_str()), dSecond) << CTime(rt);
+    ASSERT_EQ(TmeMSTimeStringToLongSec(CTime(rt).c_str()), std::fmin(dSecond, 2147483647.0)) << CTime(rt);
+    ASSERT_EQ(TmeJulianStringToRealTime(Text("%Y.%j.%H/%M %S", rt + 0.00005).c_str()), dSecond);
+    ASSERT_EQ(TmeSQLDateTimeToRealTime(Text("%b %d %Y %I:%M%p", rt + 0.00005).c_str()), dMinute);
+  }
+}
+
+TEST(TimeTexts, GiveWhatTheyContain) {
+  constexpr auto Digits = TmeStringToRealTime, Julian = TmeJulianStringToRealTime;
+  constexpr auto Named = TmeMSTimeStringToRealTime, Sql = TmeSQLDateTimeToRealTime;
+  const struct {
+    REALTIME (*pfn)(const char *);
+    const char *psz;
+    REALTIME rt;
+  } aCases[] = {
+      {Digits, "2003-01-15_10:23:45.5", 1042626225.5},
+      {Digits, "2003-01-15_10:23:45.050~", 1042626225.05},
+      {Digits, "2003-01-15_10:23:45.50000", 1042626230.0},
+      {Digits, "99~1~2", 915235200},
+      {Digits, "2003-01-15  10:23", 1042588800 + 10 * 60 + 23},
+      {Digits, "67506-1-2", 86400},
+      {Digits, "1970-1-1_0:0:9999.25", 9999.25},
+      {Digits, "1970-1-1_0:0:00000000000000000000007", 7},
+      {Digits, "2003-", 1038700800}, // month 0 is December
+      {Digits, "x", 0},
+      {Digits, "1969-12-31_23:59:59", 0},
+      {Julian, "2003.015.10.23.45.25", 1042626225.25},
+      {Julian, "2004-060", 1078012800},
+      {Julian, "2003.015~junk", 1042588800},
+      {Julian, "1970.1.0.0.2147483649", 2147483647},
+      {Julian, "~2003.015", 0},
+      {Named, "SunJAN15 10:23:45 2003", 1042626225},
+      {Named, "Wed mar 2 10.23:45 2003", 60 * 86400 + 36000},
+      {Named, "Wed Foo 15", 14 * 86400},
+      {Named, "Wed Jan 15 10:23:45 69", 0},
+      {Sql, "jan 15 2003 10:23 pm", 1042669380},
+      {Sql, "Jan 15 2003 12:05AM", 1042589100},
+      {Sql, "Jan 15 2003 12:05PM", 1042632300},
+      {Sql, "Jan 15 2003 13:05", 1042635900},
+      {Sql, "Jan 032 99", 917827200},
+  };
+  for (const auto &c : aCases) EXPECT_DOUBLE_EQ(c.pfn(c.psz), c.rt) << c.psz;
+  for (const auto pfn : {Digits, Julian, Named, Sql}) EXPECT_EQ(pfn("") + pfn(nullptr), 0.0);
+}
+
+TEST(TmeGetRealTime, IsTheClockInWholeSeconds) {
+  const std::time_t tBefore = std::time(nullptr);
+  REALTIME rt = 0;
+  EXPECT_EQ(Tme_time(&rt) - rt, static_cast<double>(TmeSetRealTime(0)));
+  EXPECT_TRUE(rt >= static_cast<double>(tBefore) && rt <= Tme_time(nullptr) && rt == std::floor(rt)) << rt;
+}
