@@ -1,0 +1,319 @@
+// links.cpp: doubly linked lists.
+// Every change of a chain goes through Link and Unlink, which keep the two ends, the count and the positions true.
+
+#include "zebbase/lst.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "zebbase/base.h"
+#include "zebbase/mem.h"
+
+static_assert(sizeof(LIST) == 20 && offsetof(LIST, mtxsem) == 16);
+static_assert(sizeof(LISTITEM) == 24 && offsetof(LISTITEM, ulIndex) == 20);
+
+namespace {
+constexpr char szUnit[] = "links"; // the source name in allocations
+
+void Renumber(LIST *plst) {
+  if (!plst->fIndexed) return;
+  ULONG ulIndex = 0;
+  for (LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext) pli->ulIndex = ulIndex++;
+}
+
+// Puts a node between two neighbours; a null neighbour stands for that end of the list.
+void Join(LIST *plst, LISTITEM *pli, LISTITEM *pliPrev, LISTITEM *pliNext) {
+  pli->pliPrev = pliPrev;
+  pli->pliNext = pliNext;
+  (pliPrev ? pliPrev->pliNext : plst->pliFirst) = pli;
+  (pliNext ? pliNext->pliPrev : plst->pliLast) = pli;
+}
+
+// Closes the gap that a node leaves behind.
+void Part(LIST *plst, LISTITEM *pli) {
+  (pli->pliPrev ? pli->pliPrev->pliNext : plst->pliFirst) = pli->pliNext;
+  (pli->pliNext ? pli->pliNext->pliPrev : plst->pliLast) = pli->pliPrev;
+}
+
+bool IsLinkable(const LIST *plst, const LISTITEM *pli) { return plst && pli && !pli->fInList; }
+
+void Link(LIST *plst, LISTITEM *pli, LISTITEM *pliPrev, LISTITEM *pliNext) {
+  Join(plst, pli, pliPrev, pliNext);
+  pli->fInList = 1;
+  pli->plst = plst;
+  plst->ulCount++;
+  if (pliNext)
+    Renumber(plst);
+  else // an append moves no other node
+    pli->ulIndex = plst->fIndexed ? plst->ulCount - 1 : 0;
+}
+
+void Unlink(LISTITEM *pli) {
+  LIST *plst = pli->plst;
+  Part(plst, pli);
+  pli->fInList = 0;
+  pli->pliPrev = pli->pliNext = nullptr;
+  pli->ulIndex = 0;
+  plst->ulCount--;
+  Renumber(plst);
+}
+
+template <typename OnData>
+BOOL DeleteAll(LIST *plst, OnData onData) {
+  if (!plst) return 1;
+  for (LISTITEM *pli = std::exchange(plst->pliFirst, nullptr); pli;) {
+    LISTITEM *pliNext = pli->pliNext;
+    onData(pli->pvData);
+    MemFreeMem_(pli);
+    pli = pliNext;
+  }
+  plst->pliLast = nullptr;
+  plst->ulCount = 0;
+  return 1;
+}
+
+// Whether the second of two elements must come first.
+struct Order {
+  PFNLSTCOMPARE pfnCompare;
+  bool IsWrong(void *pvFirst, void *pvSecond) const { return !pfnCompare(pvFirst, pvSecond); }
+};
+
+// The same for a comparison that answers 0 for equal elements: asked the other way round as well, these stay as they
+// are.
+struct StrictOrder {
+  PFNLSTCOMPARE pfnCompare;
+  bool IsWrong(void *pvFirst, void *pvSecond) const {
+    return !pfnCompare(pvFirst, pvSecond) && pfnCompare(pvSecond, pvFirst);
+  }
+};
+
+constexpr ULONG ulNoExchange = 0; // a pass gives 1 + the position of its last exchange, or this
+
+ULONG NextGap(ULONG ulGap) {
+  ulGap = ulGap / 4 * 3 + ulGap % 4 * 3 / 4; // three quarters, without overflow
+  if (ulGap == 0) return 1;
+  return ulGap == 9 || ulGap == 10 ? 11 : ulGap;
+}
+
+// The passes of a comb sort over n elements; pass(order, gap) makes one. With a gap of 1 a pass leaves everything
+// behind its last exchange in its final place, so the next pass exchanges earlier and earlier, and the passes end. One
+// that does not shows a comparison that is strict for equal elements, or, when that has been allowed for, one that
+// contradicts itself.
+template <typename Pass>
+void Comb(ULONG ulCount, PFNLSTCOMPARE pfnCompare, Pass pass) {
+  ULONG ulGap = ulCount;
+  ULONG ulLast = ulCount;
+  bool fStrict = false;
+  do {
+    const ULONG ulPrevious = ulGap == 1 ? ulLast : ulCount;
+    ulGap = NextGap(ulGap);
+    ulLast = fStrict ? pass(StrictOrder{pfnCompare}, ulGap) : pass(Order{pfnCompare}, ulGap);
+    if (ulGap > 1 || ulLast < ulPrevious) continue;
+    if (fStrict) return;
+    fStrict = true;
+    ulLast = ulCount;
+  } while (ulLast != ulNoExchange || ulGap > 1);
+}
+
+// The comb over an array of the nodes: the data stands beside each node, so that a comparison touches no node.
+struct ELEMENT {
+  void *pvData;
+  LISTITEM *pli;
+};
+
+// Exchanges two pointers where the mask is all ones. An exchange by branch is a coin toss for the processor's
+// prediction, and costs twice as much.
+template <typename T>
+void ExchangeWhere(std::uintptr_t uMask, T *&p1, T *&p2) {
+  const std::uintptr_t u = (reinterpret_cast<std::uintptr_t>(p1) ^ reinterpret_cast<std::uintptr_t>(p2)) & uMask;
+  p1 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p1) ^ u);
+  p2 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p2) ^ u);
+}
+
+template <typename O>
+ULONG ArrayPass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
+  ULONG ulLast = ulNoExchange;
+  for (ULONG i = 0; i + ulGap < ulCount; i++) {
+    ELEMENT &elt1 = pelt[i];
+    ELEMENT &elt2 = pelt[i + ulGap];
+    const std::uintptr_t uMask = 0 - std::uintptr_t{order.IsWrong(elt1.pvData, elt2.pvData)};
+    ExchangeWhere(uMask, elt1.pvData, elt2.pvData);
+    ExchangeWhere(uMask, elt1.pli, elt2.pli);
+    ulLast ^= (ulLast ^ (i + 1)) & uMask;
+  }
+  return ulLast;
+}
+
+// The comb over the nodes themselves, where there is no memory for the array.
+void ExchangeNodes(LIST *plst, LISTITEM *pli1, LISTITEM *pli2) { // pli1 stands before pli2
+  LISTITEM *pliBefore1 = pli1->pliPrev;
+  LISTITEM *pliBefore2 = pli2->pliPrev;
+  Part(plst, pli2);
+  if (pliBefore2 != pli1) {
+    Part(plst, pli1);
+    Join(plst, pli1, pliBefore2, pliBefore2->pliNext);
+    Join(plst, pli2, pliBefore1, pliBefore1 ? pliBefore1->pliNext : plst->pliFirst);
+  } else {
+    Join(plst, pli2, pliBefore1, pli1);
+  }
+}
+
+LISTITEM *NodeAt(LISTITEM *pli, ULONG ulDistance) {
+  for (; ulDistance > 0; ulDistance--) pli = pli->pliNext;
+  return pli;
+}
+
+template <typename O>
+ULONG ChainPass(O order, ULONG ulGap, LIST *plst) {
+  ULONG ulLast = ulNoExchange;
+  LISTITEM *pli1 = plst->pliFirst;
+  LISTITEM *pli2 = NodeAt(pli1, ulGap);
+  for (ULONG i = 0; pli2; i++) {
+    if (order.IsWrong(pli1->pvData, pli2->pvData)) {
+      ExchangeNodes(plst, pli1, pli2);
+      std::swap(pli1, pli2);
+      ulLast = i + 1;
+    }
+    pli1 = pli1->pliNext;
+    pli2 = pli2->pliNext;
+  }
+  return ulLast;
+}
+
+struct FreeArray {
+  void operator()(ELEMENT *pelt) const { std::free(pelt); }
+};
+using Array = std::unique_ptr<ELEMENT, FreeArray>;
+
+// An array of the nodes in list order, or null. It comes from malloc: the limits of tracked memory may be fatal.
+Array ToArray(const LIST *plst) {
+  const std::size_t cb = sizeof(ELEMENT) * plst->ulCount;
+  Array array(static_cast<ELEMENT *>(std::malloc(cb)));
+  if (ELEMENT *pelt = array.get())
+    for (LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext) *pelt++ = {pli->pvData, pli};
+  return array;
+}
+
+void FromArray(LIST *plst, const ELEMENT *pelt) {
+  const ULONG ulCount = plst->ulCount;
+  plst->pliFirst = plst->pliLast = nullptr;
+  for (ULONG i = 0; i < ulCount; i++) Join(plst, pelt[i].pli, plst->pliLast, nullptr);
+}
+
+bool IsSorted(const LIST *plst, PFNLSTCOMPARE pfnCompare) {
+  const LISTITEM *pli = plst->pliFirst;
+  while (pli->pliNext && pfnCompare(pli->pvData, pli->pliNext->pvData)) pli = pli->pliNext;
+  return !pli->pliNext;
+}
+} // namespace
+
+LIST *LstNewList(ULONG flOptions) {
+  auto *plst = static_cast<LIST *>(MemAllocMem_(sizeof(LIST), __LINE__, szUnit));
+  if (!plst) return nullptr;
+  plst->fIndexed = (flOptions & LST_INDEXED) != 0;
+  SemCreateMutex(&plst->mtxsem, 0, 0, 0);
+  return plst;
+}
+
+BOOL LstFreeList_(LIST *plst) {
+  if (!plst) return 1;
+  LstDeleteAll(plst);
+  SemReleaseMutex(&plst->mtxsem);
+  SemCloseMutex(&plst->mtxsem);
+  MemFreeMem_(plst);
+  return 1;
+}
+
+LISTITEM *LstNew(void *pvData) {
+  auto *pli = static_cast<LISTITEM *>(MemAllocMem_(sizeof(LISTITEM), __LINE__, szUnit));
+  if (pli) pli->pvData = pvData; // the allocator has cleared the rest
+  return pli;
+}
+
+BOOL LstFree(LISTITEM *pli) {
+  if (pli) MemFreeMem_(pli);
+  return 1;
+}
+
+LISTITEM *LstInsert(LIST *plst, void *pvData, ULONG flFlags) {
+  if (!plst) return nullptr;
+  LISTITEM *pli = LstNew(pvData);
+  if (pli) LstInsertItem(plst, pli, flFlags);
+  return pli;
+}
+
+BOOL LstInsertItem(LIST *plst, LISTITEM *pli, ULONG flFlags) {
+  return flFlags & LST_END ? LstInsertBefore(plst, pli, nullptr) : LstInsertAfter(plst, pli, nullptr);
+}
+
+BOOL LstInsertBefore(LIST *plst, LISTITEM *pli, LISTITEM *pliRef) {
+  if (!IsLinkable(plst, pli)) return 0;
+  Link(plst, pli, pliRef ? pliRef->pliPrev : plst->pliLast, pliRef);
+  return 1;
+}
+
+BOOL LstInsertAfter(LIST *plst, LISTITEM *pli, LISTITEM *pliRef) {
+  if (!IsLinkable(plst, pli)) return 0;
+  Link(plst, pli, pliRef, pliRef ? pliRef->pliNext : plst->pliFirst);
+  return 1;
+}
+
+LISTITEM *LstInsertSorted(LIST *plst, void *pvData, PFNLSTCOMPARE pfnCompare) {
+  if (!plst || !pfnCompare) return nullptr;
+  LISTITEM *pli = LstNew(pvData);
+  if (!pli) return nullptr;
+  LISTITEM *pliRef = plst->pliFirst;
+  while (pliRef && !pfnCompare(pvData, pliRef->pvData)) pliRef = pliRef->pliNext;
+  LstInsertBefore(plst, pli, pliRef);
+  return pli;
+}
+
+BOOL LstSort(LIST *plst, PFNLSTCOMPARE pfnCompare) {
+  if (!plst || !pfnCompare) return 0;
+  if (plst->ulCount < 2 || IsSorted(plst, pfnCompare)) return 1;
+  const ULONG ulCount = plst->ulCount;
+  if (const Array array = ToArray(plst)) {
+    const auto Pass = [&](auto order, ULONG ulGap) { return ArrayPass(order, ulGap, array.get(), ulCount); };
+    Comb(ulCount, pfnCompare, Pass);
+    FromArray(plst, array.get());
+  } else {
+    Comb(ulCount, pfnCompare, [&](auto order, ULONG ulGap) { return ChainPass(order, ulGap, plst); });
+  }
+  Renumber(plst);
+  return 1;
+}
+
+BOOL LstRemoveItem(LISTITEM *pli) {
+  if (!pli) return 1;
+  if (!pli->fInList) return 0;
+  Unlink(pli);
+  return 1;
+}
+
+BOOL LstDelete(LISTITEM *pli) {
+  if (!LstRemoveItem(pli)) return 0;
+  return LstFree(pli);
+}
+
+LISTITEM *LstGetItem(LIST *plst, void *pvData) {
+  LISTITEM *pli = plst ? plst->pliFirst : nullptr;
+  while (pli && pli->pvData != pvData) pli = pli->pliNext;
+  return pli;
+}
+
+BOOL LstDeleteAll(LIST *plst) {
+  return DeleteAll(plst, [](void *) {});
+}
+
+BOOL LstDeleteAllBoth(LIST *plst) {
+  return DeleteAll(plst, [](void *pvData) {
+    if (pvData) MemFreeMem_(pvData);
+  });
+}
+
+BOOL LstLock(LIST *plst) { return plst && SemRequestMutex(&plst->mtxsem, SEM_WAIT_FOREVER) == 0; }
+
+BOOL LstUnlock(LIST *plst) { return plst && SemReleaseMutex(&plst->mtxsem) == 0; }
