@@ -6,6 +6,7 @@
 #include <zebbase/err.h>
 #include <zebbase/lst.h>
 #include <zebbase/mem.h>
+#include <zebbase/prs.h>
 #include <zebbase/tme.h>
 #include <zebbase/types.h>
 

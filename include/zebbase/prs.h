@@ -1,0 +1,124 @@
+/* prs.h: reading a text file, or standard input, line by line and token by token.
+   A parse is one PARSECTX from PrsStartParse to PrsEndParse_. It has a current line, from which comments have been
+   removed, and a read position on it. The token readers skip white space first (carriage return, line feed, blank and
+   tab, nothing else), reading further lines when the current one is used up; a reader that fails leaves the position
+   before the item. Once the input is exhausted all readers but PrsGetRealTime fail; a null context is
+   answered like an exhausted one. Nothing is reported through err.h. Letters and digits are those of ASCII, in every
+   locale.
+
+   A word is the longest run of characters that are no white space and either letters or digits or not in the separator
+   set; so a separator ends a word, and standing first it makes the word empty.
+
+   Lines are at most 2047 characters; longer ones arrive in pieces, each a line of its own. A zero byte ends a line's
+   text: what stands behind it on the line is not seen. */
+#ifndef ZEBBASE_PRS_H
+#define ZEBBASE_PRS_H
+
+#include <zebbase/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Comment style of PrsStartParse, one of these (any other value of the low four bits removes nothing), and what can be
+   added to each. */
+#define PRS_CCOMMENTS 1        /* block and line comments as in C; a line with nothing outside comments is dropped */
+#define PRS_HASHCOMMENTS 2     /* lines that begin with '#' after white space are dropped */
+#define PRS_PREPROCESSED 4     /* no comments; lines with '#' in the first column are line markers: # 10 "defs.h" */
+#define PRS_REMCOMMENTS 8      /* lines that begin with the letters REM, in any case, after white space are dropped */
+#define PRS_CASESENSITIVE 0x10 /* to be added: letters compare exactly; without it, without regard to case */
+
+#define PRS_LINE_SIZE 2048 /* bytes of the buffer of PrsGetLine and for words */
+#define PRS_DEFAULT_SEPARATORS "()-!@#$%&*<>_|/\\:"
+
+typedef struct PARSECTX PARSECTX;
+
+/* Opens a parse and reads its first line.
+   pszFile        name of the file; null for standard input, which stays an ordinary stream of the program's as well.
+   flParse        comment style and PRS_CASESENSITIVE.
+   pszSeparators  the separator set, of any length; null for PRS_DEFAULT_SEPARATORS. Letters and digits in it are
+                  ignored.
+   Result         the context; null, with nothing open or allocated, when the file cannot be read, has no line that is
+                  kept, or there is no memory.
+   Limits         PrsQueryFileName shows at most 127 characters of the name. */
+ZEB_API PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators);
+
+/* Closes the input (standard input too) and frees the context; null is ignored. */
+ZEB_API void PrsEndParse_(PARSECTX *pprs);
+
+/* Reads the next line and puts the read position on its first character that is not white space.
+   Result   1; 0 at the end of the input. An empty input line is delivered as its line feed, but dropped under
+            PRS_CCOMMENTS. A line marker that is not well formed is dropped and changes nothing. */
+ZEB_API BOOL PrsNextLine(PARSECTX *pprs);
+
+/* Copies the whole current line into a buffer of PRS_LINE_SIZE bytes and reads the next one. Result 1; 0 at the end. */
+ZEB_API BOOL PrsGetLine(PARSECTX *pprs, char *pszBuffer);
+
+/* Starts over and makes the n-th line current, counting from 1 the lines that are delivered. Result 1; 0 when the input
+   ends first, for an n of 0 (after reading it all), and, with nothing changed, for an input that cannot be rewound. */
+ZEB_API BOOL PrsResetToLine(PARSECTX *pprs, ULONG ulLine);
+
+ZEB_API BOOL PrsIsEndOfFile(PARSECTX *pprs);      /* 1 when the input is exhausted */
+ZEB_API BOOL PrsIsEndOfLine(PARSECTX *pprs);      /* 1 when only white space (which it skips) is left on the line */
+ZEB_API ULONG PrsQueryLineNumber(PARSECTX *pprs); /* of the current line: lines read, dropped ones too, or by markers */
+ZEB_API const char *PrsQueryFileName(PARSECTX *pprs); /* the context's; "stdin", or as the last line marker says */
+
+/* The next word, empty when a separator stands next. pszWord has room for PRS_LINE_SIZE bytes. Result 1; 0 at the end
+   (a call that meets the end while it skips white space gives an empty word and 1). */
+ZEB_API BOOL PrsGetWord(PARSECTX *pprs, char *pszWord);
+
+/* Takes the next word when it is pszWord, whole; with null, takes the next run of anything but white space.
+   PrsQueryWord only looks. Result 1 when it was there, else 0. An empty word never matches. */
+ZEB_API BOOL PrsNextWord(PARSECTX *pprs, const char *pszWord);
+ZEB_API BOOL PrsQueryWord(PARSECTX *pprs, const char *pszWord);
+
+/* Takes the next word when it is one of a table of keywords.
+   Result   index of the first equal entry, -1 for none. An empty entry matches an empty word; null entries match none.
+ */
+ZEB_API LONG PrsGetKeyword(PARSECTX *pprs, const char *const *apszKeywords, ULONG ulCount);
+
+/* Takes the next character when it is ch; PrsQueryChar only looks. Result 1 when it was there, else 0. */
+ZEB_API BOOL PrsNextChar(PARSECTX *pprs, char ch);
+ZEB_API BOOL PrsQueryChar(PARSECTX *pprs, char ch);
+
+/* Whether a character of the text matches an expected one: equal, or, unless PRS_CASESENSITIVE, a letter that is
+   expected in one case and found in the other. */
+ZEB_API BOOL IsSameChar(PARSECTX *pprs, char chExpected, char chText);
+
+/* Numbers, converted as the runtime's sscanf does ("%ld", "%lx" with an optional 0x, "%lf") and taken as the run of
+   characters that such a number is made of. Result 1 and the value; 0 and the value as it was. */
+ZEB_API BOOL PrsGetNumber(PARSECTX *pprs, LONG *plValue);
+ZEB_API BOOL PrsGetHexNumber(PARSECTX *pprs, ULONG *pulValue);
+ZEB_API BOOL PrsGetReal(PARSECTX *pprs, double *pdValue);
+
+/* A time, made by TmeStringToRealTime (tme.h) of the rest of the current line; then the read position moves to the next
+   white space. With nothing left on the line the value is 0.0. Result 1. */
+ZEB_API BOOL PrsGetRealTime(PARSECTX *pprs, REALTIME *prtValue);
+
+/* A sentence: the rest of the line, after which the next line is current; or the text between double quotes, over line
+   ends if need be, with all further quoted texts that follow directly joined to it.
+   pszText  has room for what the input can hold: a quoted text may run over any number of lines. THERE IS NO LIMIT; a
+            program that reads files of others' making does better with PrsGetLine.
+   Result   1; 0 at the end and for a quote that never closes. */
+ZEB_API BOOL PrsGetSentence(PARSECTX *pprs, char *pszText);
+
+/* Takes what a pattern describes, element by element, and stores its values in the further arguments, in order.
+     %w       a word            char *, of PRS_LINE_SIZE bytes     %-w  the same, thrown away
+     %n       a decimal number  LONG *                             %-n
+     %x       a hex number      ULONG *                            %-x
+     %*s      everything up to and including the next character s, on the current line
+     %?       any one character of the current line, white space too
+     other    this character, by the rule of IsSameChar; white space in the pattern only separates
+   A '%' before any other character is ignored with it; a '%' or '%*' that ends the pattern fails.
+   Result   1 when all was there; 0 at the first element that was not, with the earlier ones taken and stored. */
+ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
+
+/* Whether the rest of the current line begins with what a pattern describes; takes nothing and reads no further line.
+   Here white space of the text is skipped before every element, %w, %n (digits only) and %x (hex digits only) may be
+   empty, and a '%' before any other character fails. */
+ZEB_API BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern);
+
+#ifdef __cplusplus
+}
+#endif
+#endif
