@@ -4,6 +4,7 @@
 
 #include <zebbase/base.h>
 #include <zebbase/err.h>
+#include <zebbase/fil.h>
 #include <zebbase/lst.h>
 #include <zebbase/mem.h>
 #include <zebbase/prs.h>
