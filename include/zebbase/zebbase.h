@@ -3,6 +3,7 @@
 #define ZEBBASE_ZEBBASE_H
 
 #include <zebbase/base.h>
+#include <zebbase/cmd.h>
 #include <zebbase/err.h>
 #include <zebbase/fil.h>
 #include <zebbase/lst.h>

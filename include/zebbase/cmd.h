@@ -1,0 +1,117 @@
+/* cmd.h: the command line.
+   A program describes its command line once, as a table of CMDOPTION entries, which the parser fills with values and
+   the display functions show. An entry is one of three kinds:
+       a switch               fFlag set, chSwitchId its character: typed as -c. What follows the character is ignored.
+       a switch argument      fFlag 0, chSwitchId the character of its switch: the value typed after -c
+       a positional argument  fFlag 0, chSwitchId 0
+   The order of the table counts: first the mandatory prefix (all entries up to the first without fMandatory), matched
+   in order; then the optional positional arguments; then the optional switches, each with its arguments behind it.
+   Entries of one exclusive group stand side by side. A mandatory switch of the prefix cannot have arguments.
+
+   Table and argument vector are the caller's. Values of type STRING point into the argument vector or into the entry's
+   own szDefaultValue, so both must outlive them. Texts and numbers do not depend on the locale. */
+#ifndef ZEBBASE_CMD_H
+#define ZEBBASE_CMD_H
+
+#include <stdio.h>
+#include <zebbase/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Type codes. The scanned types are converted as sscanf does with the entry's szConversion. */
+#define CMD_TYPE_SHORT 0       /* sValue, scanned */
+#define CMD_TYPE_USHORT 1      /* usValue, scanned */
+#define CMD_TYPE_BOOLEAN 2     /* fValue: 1 for a text that begins with true, yes or on, case ignored; else 0 */
+#define CMD_TYPE_LONG 3        /* lValue, scanned */
+#define CMD_TYPE_ULONG 4       /* ulValue, scanned */
+#define CMD_TYPE_DOUBLE 5      /* dValue, scanned */
+#define CMD_TYPE_STRING 6      /* pszValue: the argument itself */
+#define CMD_TYPE_CHARACTER 7   /* chValue, scanned */
+#define CMD_TYPE_STRINGARRAY 8 /* apszValue: the run of arguments up to the next that begins with '-' */
+#define CMD_TYPE_FLOAT 9       /* fltValue, scanned */
+
+/* Result codes; every other one is the help key of an entry. */
+#define CMD_PARSED 0         /* the values are assigned */
+#define CMD_SYNTAX 100       /* show the syntax */
+#define CMD_FULL_HELP 101    /* show the full help */
+#define CMD_NO_ARGUMENTS 102 /* the command line is empty; the defaults are assigned */
+#define CMD_BAD_TABLE 110    /* an unknown type, a default that does not convert, or a text without its end */
+
+#define HLP 200 /* help keys are numbered from here */
+
+typedef union CMDVALUE {
+  SHORT sValue;
+  USHORT usValue;
+  BOOLEAN fValue;
+  LONG lValue;
+  ULONG ulValue; /* also of every switch, whatever its type: 1 when it is given */
+  double dValue;
+  char *pszValue;
+  char chValue;
+  char **apszValue; /* the array is tracked memory and the caller's to free; a null pointer ends it */
+  float fltValue;
+} CMDVALUE;
+
+typedef struct CMDOPTION {
+  BOOL fMandatory;
+  BOOL fFlag;             /* the entry is a switch */
+  char chSwitchId;        /* compared exactly, whatever fCase says */
+  BOOL fCase;             /* shown by CmdDisplayOptionStruct; no other effect */
+  ULONG ulExclusiveGroup; /* at most one switch of a group may be given; 0 for no group */
+  ULONG ulHelpKey;        /* the result code for what concerns this entry, and the key of its help text */
+  ULONG ulTypeCode;       /* CMD_TYPE_* */
+  char szConversion[5];   /* a conversion of sscanf, such as "%lu" */
+  char szArgumentName[30];
+  char szDefaultValue[41]; /* converted as szConversion says, also for BOOLEAN; empty for zero or an empty text.
+                              A switch has none, or one that gives zero. Ignored for STRINGARRAY. */
+  CMDVALUE value;
+} CMDOPTION;
+
+typedef struct CMDRESULT {
+  ULONG ulCode;       /* CMD_*, or the help key of the entry concerned */
+  char szMessage[80]; /* the error, for the user; empty without one, and cut to 79 characters */
+} CMDRESULT;
+
+typedef struct CMDHELP {
+  ULONG ulKey;         /* a help key; 0 ends the table */
+  const char *pszText; /* lines that end with a line feed; null is an empty text */
+} CMDHELP;
+
+/* Parses a command line: assigns the defaults, then what the arguments say. The first error ends it; what has been
+   assigned by then stays. Nothing is printed.
+   argc, argv  as main gets them. argv[0] is not looked at; a null element ends the vector early. A null argv, and an
+               argc of less than 1, are an empty command line.
+   pcmdo       ulCount entries, whose values are written, except for a request for help (-h as the first argument, alone
+               or with "full" or a topic: "arg" and the number of a positional argument, "-c", or the character of a
+               switch and the number of its argument). Null with a count is CMD_BAD_TABLE.
+   Result      a tracked record, the caller's to free with MemFreeMem_. Null, with nothing done, without memory.
+   Limits      of a conversion, as many bytes are kept as the type has. What would make sscanf allocate, or take its
+               targets by number ('m', '$'), does not convert, and a text conversion sees 255 characters of its text.
+               A switch of type STRING is taken to be given already, since its default is a pointer. */
+ZEB_API CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount);
+
+/* The display functions write to the caller's stream and ignore its errors. With a null stream or table they print
+   nothing. */
+
+/* Prints a usage line, a line for each entry, and how to get help.
+   pszProgram   argv[0], shown without directory and extension; null and what is too long for a path as an empty name.
+ */
+ZEB_API void CmdDisplaySyntax(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount, const char *pszProgram);
+
+/* Prints the texts of a help table, as many at a time as have fewer lines than a page, and waits for a character on
+   standard input between the pages. At the end of the input it goes on.
+   pcmdhelp     ends at the record with the key 0.
+   ulPageLines  lines of a page; 0 for no pages, 1 for a pause before every text.
+   Result       0. */
+ZEB_API ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPageLines);
+
+/* Prints every field of every entry, waits for a character on standard input after each, and ENDS THE PROCESS with exit
+   status 0. An unknown type is named UNKNOWN. */
+ZEB_API void CmdDisplayOptionStruct(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount) __attribute__((noreturn));
+
+#ifdef __cplusplus
+}
+#endif
+#endif

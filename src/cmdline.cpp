@@ -1,0 +1,583 @@
+// cmdline.cpp: the command-line parser and its displays, all driven by the caller's option table.
+
+#include "zebbase/cmd.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <span>
+
+#include "guard.h"
+#include "text.h"
+#include "zebbase/fil.h"
+#include "zebbase/mem.h"
+
+static_assert(sizeof(CMDVALUE) == 8);
+static_assert(sizeof(CMDOPTION) == 112 && offsetof(CMDOPTION, chSwitchId) == 8 && offsetof(CMDOPTION, fCase) == 12);
+static_assert(offsetof(CMDOPTION, ulTypeCode) == 24 && offsetof(CMDOPTION, szConversion) == 28);
+static_assert(offsetof(CMDOPTION, szArgumentName) == 33 && offsetof(CMDOPTION, szDefaultValue) == 63);
+static_assert(offsetof(CMDOPTION, value) == 104);
+static_assert(sizeof(CMDRESULT) == 84 && sizeof(CMDHELP) == 8);
+
+namespace {
+constexpr char szUnit[] = "cmdline"; // the source name in allocations
+
+using Table = std::span<CMDOPTION>;
+using ConstTable = std::span<const CMDOPTION>;
+
+struct TYPE {
+  const char *pszName;
+  const char *pszHelp;
+  std::size_t cb;
+};
+constexpr TYPE aType[] = {
+    {"SHORT", "(integer)", 2},
+    {"USHORT", "(integer)", 2},
+    {"BOOLEAN", "(boolean)", 4},
+    {"LONG", "(integer)", 4},
+    {"ULONG", "(integer)", 4},
+    {"DOUBLE", "(floating point)", 8},
+    {"STRING", "(string)", 4},
+    {"CHARACTER", "(single character)", 1},
+    {"STRINGARRAY", "(string array)", 4},
+    {"FLOAT", "(floating point)", 4},
+};
+constexpr TYPE typeUnknown = {"UNKNOWN", "(unknown)", 0};
+
+const TYPE &TypeOf(const CMDOPTION &cmdo) {
+  return cmdo.ulTypeCode < std::size(aType) ? aType[cmdo.ulTypeCode] : typeUnknown;
+}
+
+enum class Kind { Positional, SwitchArgument, Switch, None }; // None: a switch without a character
+
+Kind KindOf(const CMDOPTION &cmdo) {
+  if (cmdo.fFlag) return cmdo.chSwitchId ? Kind::Switch : Kind::None;
+  return cmdo.chSwitchId ? Kind::SwitchArgument : Kind::Positional;
+}
+
+bool IsSwitch(const CMDOPTION &cmdo) { return KindOf(cmdo) == Kind::Switch; }
+
+// Whether the entry behind ulEntry is in the same exclusive group.
+bool GroupGoesOn(ConstTable acmdo, ULONG ulEntry) {
+  const ULONG ulGroup = acmdo[ulEntry].ulExclusiveGroup;
+  return ulGroup != 0 && ulEntry + 1 < acmdo.size() && acmdo[ulEntry + 1].ulExclusiveGroup == ulGroup;
+}
+
+// Whether the entry behind ulEntry is a switch argument.
+bool ArgumentFollows(ConstTable acmdo, ULONG ulEntry) {
+  return ulEntry + 1 < acmdo.size() && KindOf(acmdo[ulEntry + 1]) == Kind::SwitchArgument;
+}
+
+// What a plain decimal conversion (%d or %u, also with h or l) stores, in bytes; 0 for every other conversion.
+std::size_t PlainWidth(const char *psz) {
+  if (*psz++ != '%') return 0;
+  const std::size_t cb = *psz == 'h' ? sizeof(SHORT) : sizeof(LONG);
+  if (*psz == 'h' || *psz == 'l') psz++;
+  return (*psz == 'd' || *psz == 'u') && psz[1] == '\0' ? cb : 0;
+}
+
+// Reads a text that is a decimal number and nothing else, with so few digits that every conversion takes it as it is.
+bool ReadPlainNumber(const char *psz, ULONG &ul) {
+  const bool fNegative = *psz == '-';
+  if (fNegative) psz++;
+  const char *pszDigits = psz;
+  for (ul = 0; IsDigit(*psz); psz++) ul = ul * 10 + static_cast<ULONG>(*psz - '0');
+  if (*psz || psz == pszDigits || psz - pszDigits > 9) return false;
+  if (fNegative) ul = 0 - ul;
+  return true;
+}
+
+// Whether a conversion stores all it reads where it is told to: none with 'm', which allocates, or '$', which counts
+// targets.
+bool IsContained(const char *psz) {
+  while ((psz = std::strchr(psz, '%')) != nullptr) {
+    psz++;
+    if (*psz == '%') {
+      psz++;
+      continue;
+    }
+    psz += std::strspn(psz, "*'I0123456789");
+    if (*psz == 'm' || *psz == '$') return false;
+  }
+  return true;
+}
+
+// The program chooses the conversion, and four characters of it can store a long text, or have two targets ("%d%s"). So
+// it stores into two targets with room for every text that it is shown, be it of wide characters.
+bool ScanAnything(const char *pszText, const char *pszConversion, void *pvValue) {
+  if (!IsContained(pszConversion)) return false;
+  TextBuffer<FIL_MAX_PATH> text;
+  if (std::strpbrk(pszConversion, "scSC[")) pszText = text.Put(pszText).Text();
+  struct {
+    alignas(std::max_align_t) char ach[FIL_MAX_PATH * sizeof(wchar_t)];
+  } aTarget[2];
+  std::memcpy(aTarget[0].ach, pvValue, sizeof(CMDVALUE));
+  const PlainLocale plain;
+  if (std::sscanf(pszText, pszConversion, aTarget[0].ach, aTarget[1].ach) != 1) return false;
+  std::memcpy(pvValue, aTarget[0].ach, sizeof(CMDVALUE));
+  return true;
+}
+
+// Stores as much of a value as the entry's type has.
+void Store(CMDOPTION &cmdo, const CMDVALUE &value) {
+  switch (TypeOf(cmdo).cb) {
+    case sizeof(char):
+      cmdo.value.chValue = value.chValue;
+      break;
+    case sizeof(SHORT):
+      cmdo.value.sValue = value.sValue;
+      break;
+    case sizeof(LONG):
+      cmdo.value.lValue = value.lValue;
+      break;
+    default:
+      cmdo.value = value;
+  }
+}
+
+// Converts a text into an entry's value as sscanf would.
+bool Scan(const char *pszText, CMDOPTION &cmdo) {
+  CMDVALUE value = cmdo.value;
+  ULONG ul;
+  const std::size_t cbPlain = PlainWidth(cmdo.szConversion);
+  if (cbPlain == sizeof(LONG) && ReadPlainNumber(pszText, ul))
+    value.ulValue = ul;
+  else if (cbPlain == sizeof(SHORT) && ReadPlainNumber(pszText, ul))
+    value.usValue = static_cast<USHORT>(ul);
+  else if (!ScanAnything(pszText, cmdo.szConversion, &value))
+    return false;
+  Store(cmdo, value);
+  return true;
+}
+
+template <std::size_t N>
+bool IsTerminated(const char (&sz)[N]) {
+  return sz[N - 1] == '\0' || std::memchr(sz, '\0', N);
+}
+
+// Gives an entry its default. Result: false when the entry is faulty.
+bool SetDefault(CMDOPTION &cmdo) {
+  if (cmdo.ulTypeCode >= std::size(aType)) return false;
+  if (!IsTerminated(cmdo.szConversion) || !IsTerminated(cmdo.szDefaultValue)) return false;
+  if (cmdo.ulTypeCode == CMD_TYPE_STRING) {
+    cmdo.value.pszValue = cmdo.szDefaultValue;
+    return true;
+  }
+  Store(cmdo, {});
+  if (IsSwitch(cmdo)) cmdo.value.ulValue = 0; // read whole, also where the type is narrower
+  return cmdo.ulTypeCode == CMD_TYPE_STRINGARRAY || *cmdo.szDefaultValue == '\0' || Scan(cmdo.szDefaultValue, cmdo);
+}
+
+BOOLEAN IsYes(const char *psz) {
+  constexpr std::string_view asvYes[] = {"true", "yes", "on"};
+  for (const std::string_view sv : asvYes)
+    if (CompareNoCase(psz, sv.data(), sv.size()) == 0) return 1;
+  return 0;
+}
+
+// Gives the entries of a table, taken in order, the names under which they are asked for help.
+class TopicNames {
+ public:
+  const char *NameNext(const CMDOPTION &cmdo) { // empty for an entry without a name
+    text_.Shorten(0);
+    switch (KindOf(cmdo)) {
+      case Kind::Positional:
+        text_.Put("arg").PutNumber(++ulPositional_);
+        break;
+      case Kind::Switch:
+        ulArgument_ = 0;
+        text_.Put('-').Put(cmdo.chSwitchId);
+        break;
+      case Kind::SwitchArgument:
+        text_.Put(cmdo.chSwitchId).PutNumber(++ulArgument_);
+        break;
+      case Kind::None:
+        break;
+    }
+    return text_.Text();
+  }
+
+ private:
+  TextBuffer<16> text_;
+  ULONG ulPositional_ = 0;
+  ULONG ulArgument_ = 0;
+};
+
+// One parse. The steps give false where it ends early; the result record then says why.
+class Parse {
+ public:
+  Parse(std::span<char *> apszArg, Table acmdo, CMDRESULT &cmdresult)
+      : apszArg_(apszArg), acmdo_(acmdo), cmdresult_(cmdresult) {}
+
+  void Run() {
+    if (apszArg_.empty()) cmdresult_.ulCode = CMD_NO_ARGUMENTS;
+    if (!AtEnd() && std::strcmp(Argument(), "-h") == 0)
+      cmdresult_.ulCode = HelpCode();
+    else if (SetDefaults() && MatchPrefix() && !AtEnd() && TakeFreePart())
+      CheckGroups();
+  }
+
+ private:
+  bool AtEnd() const { return ulArgument_ == apszArg_.size(); }
+  char *Argument() const { return apszArg_[ulArgument_]; }
+  bool AtSwitch() const { return *Argument() == '-'; }
+
+  bool Fail(ULONG ulCode, const char *pszText, const char *pszArgument = "") {
+    cmdresult_.ulCode = ulCode;
+    Format(cmdresult_.szMessage, "%s%s", pszText, pszArgument);
+    return false;
+  }
+
+  ULONG HelpCode() const {
+    if (apszArg_.size() == 1) return CMD_SYNTAX;
+    const char *pszTopic = apszArg_[1];
+    if (std::strcmp(pszTopic, "full") == 0) return CMD_FULL_HELP;
+    TopicNames names;
+    for (const CMDOPTION &cmdo : acmdo_) {
+      const char *pszName = names.NameNext(cmdo);
+      if (*pszName && EqualNoCase(pszName, pszTopic)) return cmdo.ulHelpKey;
+    }
+    return CMD_SYNTAX;
+  }
+
+  bool SetDefaults() {
+    for (CMDOPTION &cmdo : acmdo_)
+      if (!SetDefault(cmdo)) return Fail(CMD_BAD_TABLE, "");
+    return true;
+  }
+
+  // Takes the run of arguments up to the next switch as the array of an entry.
+  bool AssignRun(CMDOPTION &cmdo) {
+    ULONG ulRun = 0;
+    while (ulArgument_ + ulRun < apszArg_.size() && *apszArg_[ulArgument_ + ulRun] != '-') ulRun++;
+    if (ulRun == 0) return false;
+    auto **ppsz = static_cast<char **>(MemAllocMem_((ulRun + 1) * sizeof(char *), __LINE__, szUnit));
+    if (!ppsz) return false;
+    std::memcpy(ppsz, &apszArg_[ulArgument_], ulRun * sizeof(char *)); // the block ends with a null pointer
+    cmdo.value.apszValue = ppsz;
+    ulArgument_ += ulRun;
+    return true;
+  }
+
+  // Takes the next argument, or the run that starts there, as the value of an entry.
+  bool Assign(CMDOPTION &cmdo) {
+    switch (cmdo.ulTypeCode) {
+      case CMD_TYPE_STRINGARRAY:
+        return AssignRun(cmdo);
+      case CMD_TYPE_STRING:
+        if (AtSwitch()) return false;
+        cmdo.value.pszValue = Argument();
+        break;
+      case CMD_TYPE_BOOLEAN:
+        cmdo.value.fValue = IsYes(Argument());
+        break;
+      default:
+        if (!Scan(Argument(), cmdo)) return false;
+    }
+    ulArgument_++;
+    return true;
+  }
+
+  bool AssignPositional(CMDOPTION &cmdo) {
+    const char *pszArgument = Argument();
+    return Assign(cmdo) || Fail(cmdo.ulHelpKey, "Error converting: ", pszArgument);
+  }
+
+  bool MatchPrefix() {
+    while (ulEntry_ < acmdo_.size() && acmdo_[ulEntry_].fMandatory) {
+      if (AtEnd()) return Fail(CMD_SYNTAX, "Missing mandatory argument.");
+      if (!MatchMandatory()) return false;
+      while (GroupGoesOn(acmdo_, ulEntry_)) ulEntry_++;
+      ulEntry_++;
+    }
+    return true;
+  }
+
+  // Matches the next argument with the current entry, or else with the first of its group that it suits.
+  bool MatchMandatory() {
+    for (;; ulEntry_++) {
+      CMDOPTION &cmdo = acmdo_[ulEntry_];
+      if (AtSwitch() && IsSwitch(cmdo) && Argument()[1] == cmdo.chSwitchId) {
+        cmdo.value.ulValue = 1;
+        ulArgument_++;
+        return true;
+      }
+      if (KindOf(cmdo) == Kind::Positional) return AssignPositional(cmdo);
+      if (!GroupGoesOn(acmdo_, ulEntry_)) return Fail(CMD_SYNTAX, "Unexpected parameter: ", Argument());
+    }
+  }
+
+  bool TakeFreePart() {
+    while (!AtEnd())
+      if (!(AtSwitch() ? TakeSwitch() : TakePositional())) return false;
+    return true;
+  }
+
+  bool TakePositional() {
+    if (ulEntry_ == acmdo_.size() || KindOf(acmdo_[ulEntry_]) != Kind::Positional)
+      return Fail(CMD_SYNTAX, "Bad parameter: ", Argument());
+    return AssignPositional(acmdo_[ulEntry_++]);
+  }
+
+  bool TakeSwitch() {
+    const char *pszArgument = Argument();
+    const char szSwitch[] = {pszArgument[1], '\n', '\0'};
+    ULONG ul = ulEntry_;
+    while (ul < acmdo_.size() && !(acmdo_[ul].chSwitchId == pszArgument[1] && IsSwitch(acmdo_[ul]))) ul++;
+    if (ul == acmdo_.size()) return Fail(CMD_SYNTAX, "Unknown switch: -", szSwitch);
+    CMDOPTION &cmdo = acmdo_[ul];
+    if (cmdo.fMandatory) return Fail(cmdo.ulHelpKey, "Invalid use of mandatory switch: ", pszArgument);
+    if (cmdo.value.ulValue) return Fail(cmdo.ulHelpKey, "Same switch specified twice: ", pszArgument);
+    cmdo.value.ulValue = 1;
+    ulArgument_++;
+    return TakeSwitchArguments(ul);
+  }
+
+  bool TakeSwitchArguments(ULONG ulSwitch) {
+    for (ULONG ul = ulSwitch; ArgumentFollows(acmdo_, ul); ul++) {
+      CMDOPTION &cmdo = acmdo_[ul + 1];
+      if (AtEnd() || AtSwitch()) return !cmdo.fMandatory || Fail(cmdo.ulHelpKey, "Missing switch argument");
+      const char *pszArgument = Argument();
+      if (!Assign(cmdo)) return Fail(cmdo.ulHelpKey, "Format error: ", pszArgument);
+    }
+    return true;
+  }
+
+  bool CheckGroups() {
+    for (ULONG ul = 0; ul < acmdo_.size(); ul++) {
+      if (!IsGivenOfGroup(acmdo_[ul])) continue;
+      for (const CMDOPTION &cmdo : acmdo_.subspan(ul + 1))
+        if (IsGivenOfGroup(cmdo) && cmdo.ulExclusiveGroup == acmdo_[ul].ulExclusiveGroup)
+          return Fail(cmdo.ulHelpKey, "Second instance of mutually exclusive switches");
+    }
+    return true;
+  }
+
+  static bool IsGivenOfGroup(const CMDOPTION &cmdo) {
+    return cmdo.ulExclusiveGroup != 0 && cmdo.value.ulValue != 0 && IsSwitch(cmdo);
+  }
+
+  const std::span<char *> apszArg_; // without the program's name
+  const Table acmdo_;
+  CMDRESULT &cmdresult_;
+  ULONG ulArgument_ = 0; // the next argument
+  ULONG ulEntry_ = 0;    // the current entry of the prefix, then of the positional arguments
+};
+
+std::span<char *> ArgumentsOf(LONG argc, char **argv) {
+  if (!argv || argc < 1) return {};
+  ULONG ulCount = 0;
+  while (ulCount + 1 < static_cast<ULONG>(argc) && argv[ulCount + 1]) ulCount++;
+  return {argv + 1, ulCount};
+}
+
+// Prints an entry of the usage line and gives the last entry that this covers: a switch covers its arguments.
+ULONG PutUsageEntry(FILE *pf, ConstTable acmdo, ULONG ulEntry, ULONG &ulPositional) {
+  const CMDOPTION &cmdo = acmdo[ulEntry];
+  if (KindOf(cmdo) == Kind::Positional) {
+    std::fprintf(pf, "Arg%lu", ++ulPositional);
+    return ulEntry;
+  }
+  if (IsSwitch(cmdo)) std::fprintf(pf, "-%c", cmdo.chSwitchId);
+  for (ULONG ul = 1; ArgumentFollows(acmdo, ulEntry); ul++) std::fprintf(pf, " %c%lu", acmdo[++ulEntry].chSwitchId, ul);
+  return ulEntry;
+}
+
+void PutUsageLine(FILE *pf, ConstTable acmdo) {
+  ULONG ulPositional = 0;
+  bool fBracket = false; // stays open over a whole group
+  for (ULONG ul = 0; ul < acmdo.size(); ul++) {
+    if (!fBracket && !acmdo[ul].fMandatory) {
+      std::fputs("[", pf);
+      fBracket = true;
+    }
+    ul = PutUsageEntry(pf, acmdo, ul, ulPositional);
+    if (GroupGoesOn(acmdo, ul)) {
+      std::fputs(" | ", pf);
+    } else {
+      std::fputs(fBracket ? "] " : " ", pf);
+      fBracket = false;
+    }
+  }
+  std::fputs("\n", pf);
+}
+
+// pszWhat says what the entry is, pszType of which type.
+void PutEntryLine(FILE *pf, const char *pszLabel, const char *pszDash, const CMDOPTION &cmdo, const char *pszWhat,
+                  const char *pszType) {
+  constexpr int cbName = sizeof cmdo.szArgumentName;
+  std::fprintf(pf, "%-9s%s%.*s %s %s%s\n", pszLabel, pszDash, cbName, cmdo.szArgumentName,
+               cmdo.fMandatory ? "required" : "optional", pszWhat, pszType);
+}
+
+// Prints a line for each entry, but none for a switch argument that stands apart from a switch.
+void PutEntryLines(FILE *pf, ConstTable acmdo) {
+  ULONG ulPositional = 0;
+  for (ULONG ulEntry = 0; ulEntry < acmdo.size(); ulEntry++) {
+    char szLabel[24];
+    if (KindOf(acmdo[ulEntry]) == Kind::Positional) {
+      Format(szLabel, "    Arg%lu", ++ulPositional);
+      PutEntryLine(pf, szLabel, "- ", acmdo[ulEntry], "argument ", TypeOf(acmdo[ulEntry]).pszHelp);
+    }
+    if (!IsSwitch(acmdo[ulEntry])) continue;
+    Format(szLabel, "    -%c", acmdo[ulEntry].chSwitchId);
+    PutEntryLine(pf, szLabel, "- ", acmdo[ulEntry], "switch", "");
+    for (ULONG ul = 1; ArgumentFollows(acmdo, ulEntry); ul++) {
+      const CMDOPTION &cmdo = acmdo[++ulEntry];
+      Format(szLabel, "     %c%lu", cmdo.chSwitchId, ul);
+      PutEntryLine(pf, szLabel, "-   ", cmdo, "switch argument ", TypeOf(cmdo).pszHelp);
+    }
+  }
+}
+
+// Waits for a key, which is one character, or two when the first is 0. At the end of the input there is nothing to wait
+// for.
+void WaitForKey(FILE *pf) {
+  std::fflush(pf); // what the user is to see before pressing one
+  if (std::getchar() == 0) std::getchar();
+}
+
+void PutHeading(FILE *pf, const CMDOPTION &cmdo, ULONG ulNumber) {
+  std::fprintf(pf, "\nCMDLINE STRUCTURE %lu  ", ulNumber);
+  if (KindOf(cmdo) == Kind::Positional)
+    std::fputs("CommandLine Argument\n", pf);
+  else
+    std::fprintf(pf, "Switch %s", cmdo.fFlag ? "\n" : "Argument\n");
+}
+
+void PutFields(FILE *pf, const CMDOPTION &cmdo) {
+  constexpr int cbName = sizeof cmdo.szArgumentName;
+  constexpr int cbConversion = sizeof cmdo.szConversion;
+  constexpr int cbDefault = sizeof cmdo.szDefaultValue;
+  std::fprintf(pf, "  Argument Name     %.*s\n", cbName, cmdo.szArgumentName);
+  std::fprintf(pf, "  Mandatory Flag    %s\n", cmdo.fMandatory ? "REQ'D" : "CMD'L");
+  std::fprintf(pf, "  Argument Flag     %s\n", cmdo.fFlag ? "FLAG" : "ARG");
+  std::fprintf(pf, "  Switch ID         %c\n", cmdo.chSwitchId ? cmdo.chSwitchId : ' ');
+  std::fprintf(pf, "  Case Flag         %s\n", cmdo.fCase ? "CASE" : "NOCASE");
+  std::fprintf(pf, "  Exclusive Group   %lu\n", cmdo.ulExclusiveGroup);
+  std::fprintf(pf, "  Help Key          HLP+%lu\n", cmdo.ulHelpKey - HLP);
+  std::fprintf(pf, "  Type Code         %s\n", TypeOf(cmdo).pszName);
+  std::fprintf(pf, "  Conversion String \"%.*s\"\n", cbConversion, cmdo.szConversion);
+  std::fprintf(pf, "  Default Value     %.*s\n", cbDefault, cmdo.szDefaultValue);
+}
+
+void PutArray(FILE *pf, char **ppsz) {
+  constexpr ULONG ulMaxElements = 10000;
+  if (!ppsz || !*ppsz) std::fputs("\n", pf);
+  for (ULONG ul = 0; ppsz && ppsz[ul] && ul < ulMaxElements; ul++)
+    std::fprintf(pf, "%s%s\n", ul == 0 ? "" : "                    ", ppsz[ul]);
+}
+
+void PutValue(FILE *pf, const CMDOPTION &cmdo) {
+  const CMDVALUE &value = cmdo.value;
+  switch (cmdo.ulTypeCode) {
+    case CMD_TYPE_SHORT:
+      std::fprintf(pf, "%i\n", value.sValue);
+      break;
+    case CMD_TYPE_USHORT:
+      std::fprintf(pf, "%hu\n", value.usValue);
+      break;
+    case CMD_TYPE_LONG:
+      std::fprintf(pf, "%li\n", value.lValue);
+      break;
+    case CMD_TYPE_BOOLEAN:
+    case CMD_TYPE_ULONG:
+      std::fprintf(pf, "%lu\n", value.ulValue);
+      break;
+    case CMD_TYPE_DOUBLE:
+      std::fprintf(pf, "%lf\n", value.dValue);
+      break;
+    case CMD_TYPE_STRING:
+      std::fprintf(pf, "%s\n", value.pszValue ? value.pszValue : "");
+      break;
+    case CMD_TYPE_CHARACTER:
+      std::fprintf(pf, "%c\n", value.chValue);
+      break;
+    case CMD_TYPE_STRINGARRAY:
+      PutArray(pf, value.apszValue);
+      break;
+    case CMD_TYPE_FLOAT:
+      std::fprintf(pf, "%f\n", static_cast<double>(value.fltValue));
+      break;
+    default:
+      std::fputs("Error! Unrecognized type\n", pf);
+  }
+}
+
+bool IsPointer(const CMDOPTION &cmdo) {
+  return cmdo.ulTypeCode == CMD_TYPE_STRING || cmdo.ulTypeCode == CMD_TYPE_STRINGARRAY;
+}
+
+void PutAssignedValue(FILE *pf, const CMDOPTION &cmdo) {
+  const PlainLocale plain;
+  std::fputs("  Assigned Value    ", pf);
+  if (IsSwitch(cmdo) && IsPointer(cmdo) && cmdo.value.ulValue == 1) // given: this is no pointer
+    std::fputs("1\n", pf);
+  else
+    PutValue(pf, cmdo);
+}
+
+ULONG CountLines(const char *psz) {
+  ULONG ul = 0;
+  while ((psz = std::strchr(psz, '\n')) != nullptr) {
+    ul++;
+    psz++;
+  }
+  return ul;
+}
+} // namespace
+
+CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount) {
+  auto *pcmdresult = static_cast<CMDRESULT *>(MemAllocMem_(sizeof(CMDRESULT), __LINE__, szUnit));
+  if (!pcmdresult) return nullptr;
+  if (pcmdo || ulCount == 0)
+    Parse(ArgumentsOf(argc, argv), Table(pcmdo, ulCount), *pcmdresult).Run();
+  else
+    pcmdresult->ulCode = CMD_BAD_TABLE;
+  return pcmdresult;
+}
+
+void CmdDisplaySyntax(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount, const char *pszProgram) {
+  if (!pf || (!pcmdo && ulCount > 0)) return;
+  const ConstTable acmdo(pcmdo, ulCount);
+  char szName[FIL_MAX_PATH];
+  FilGetNameOfFileName(szName, pszProgram);
+  std::fprintf(pf, "%s ", szName);
+  PutUsageLine(pf, acmdo);
+  PutEntryLines(pf, acmdo);
+  std::fputs("\nType \"-h\" for syntax, \"-h full\" for full help, or \"-h argid\" for topical help.\n", pf);
+}
+
+ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPageLines) {
+  if (!pf || !pcmdhelp) return 0;
+  const ULONG ulLimit = ulPageLines - 1; // 0 wraps to no limit
+  ULONG ulShown = 0;
+  for (; pcmdhelp->ulKey != 0; pcmdhelp++) {
+    const char *pszText = pcmdhelp->pszText ? pcmdhelp->pszText : "";
+    const ULONG ulLines = CountLines(pszText);
+    if (ulShown + ulLines < ulLimit) {
+      ulShown += ulLines;
+    } else {
+      std::fputs("\n      ----<press any key to continue>-----\r", pf);
+      WaitForKey(pf);
+      std::fprintf(pf, "%42s\r", "");
+      ulShown = ulLines;
+      if (*pszText == '\n') pszText++; // the prompt began a line
+    }
+    std::fputs(pszText, pf);
+  }
+  return 0;
+}
+
+void CmdDisplayOptionStruct(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount) {
+  if (!pf || !pcmdo) ulCount = 0;
+  for (ULONG ul = 0; ul < ulCount; ul++) {
+    PutHeading(pf, pcmdo[ul], ul + 1);
+    PutFields(pf, pcmdo[ul]);
+    PutAssignedValue(pf, pcmdo[ul]);
+    WaitForKey(pf);
+  }
+  std::exit(0);
+}
