@@ -6,6 +6,7 @@
 #include <zebbase/cmd.h>
 #include <zebbase/err.h>
 #include <zebbase/fil.h>
+#include <zebbase/ini.h>
 #include <zebbase/lst.h>
 #include <zebbase/mem.h>
 #include <zebbase/prs.h>

@@ -1,0 +1,205 @@
+/* ini.h: structured data. A program describes a record of its own once, by an array of field descriptors, and has it
+   read from an INI file and its single values converted from and to text.
+
+   Descriptors are the program's, usually static data; the library trusts them and never changes or frees them. The
+   described data lie without gaps: the fields follow one another in the order of their descriptors, at any byte offset
+   (a packed structure), each as large as its extent:
+       types 9, 14, 15   ulCount bytes
+       type 25           ulCount times the ulSize of its SDSC
+       all others        ulCount times the ulSize of the type table
+
+   The INI text format. The first thing in a file is its header, "[", one word, "]"; the rest of that line is ignored.
+   Then follow section titles, "[" words "]", and keys, one or two words, white space, "=", and the value. The words of
+   a title or key are joined to its name ("Port 2" is Port2) and compared without regard to case. A word ends at white
+   space and at any of ]-!@#$%&*<>_|\: , so the '=' needs a blank before it: Key=1 is one word, and the file is refused
+   (unless, line ends meaning nothing here, a second word and an '=' follow on the next line). A value is the rest of
+   its line, trailing blanks included (when the line has no more, the next line with text); or a text in double quotes,
+   over line ends if need be, with all quoted texts that follow joined to it. There are no comments and no escapes.
+
+   Limits: a file holds at most INI_MAX_ENTRIES titles and keys; a header, name or value longer than INI_MAX_TEXT makes
+   the whole file refused, so that nothing is cut silently. Each entry takes up to two tracked blocks: with the
+   allocator's load-time limit of 10,000 blocks (mem.h) a file of 5,000 keys ENDS THE PROCESS; MemSetLimits first. */
+#ifndef ZEBBASE_INI_H
+#define ZEBBASE_INI_H
+
+#include <stdio.h>
+#include <zebbase/prs.h>
+#include <zebbase/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Type codes of a field, with the storage of one element and its text form. */
+#define FT_BOOL16 0       /* 16 bits, 1 = true               TRUE, FALSE */
+#define FT_BOOL32 1       /* 32 bits, 1 = true               TRUE, FALSE */
+#define FT_BYTE 2         /* unsigned 8 bits                 decimal */
+#define FT_SHORT 3        /* signed 16 bits                  decimal */
+#define FT_USHORT 4       /* unsigned 16 bits                decimal */
+#define FT_LONG 5         /* signed 32 bits                  decimal */
+#define FT_ULONG 6        /* unsigned 32 bits                decimal */
+#define FT_FLOAT 7        /* float                           decimal fraction */
+#define FT_DOUBLE 8       /* double                          decimal fraction */
+#define FT_STRING 9       /* ulCount bytes, zero-terminated  the text */
+#define FT_PSZ 10         /* pointer to a tracked text       the text; empty for a null pointer */
+#define FT_ENUM16 11      /* 16 bits, named by an EDSC       the name */
+#define FT_ENUM32 12      /* 32 bits, named by an EDSC       the name */
+#define FT_REALTIME 13    /* REALTIME                        2003-01-15_10:23:45.5000 */
+#define FT_FIXEDSTRING 14 /* ulCount bytes, blank-padded     the text, in a fixed width */
+#define FT_DOTTED 15      /* ulCount bytes, subfields of an SDSC, blank-padded   ab.cde.f */
+#define FT_VERBOSITY 16   /* verbosity word (base.h)         Error|Warning|Area3 */
+#define FT_INTERVAL 17    /* unsigned 32 bits, seconds       1d2h3m4s */
+#define FT_STRUCT 25      /* a structure                     a section */
+#define FT_STRUCTLIST 26  /* pointer to a LIST of structures numbered sections */
+#define FT_VALUELIST 27   /* pointer to a LIST of values     numbered keys */
+#define FT_STRUCTPTR 28   /* pointer to a structure or null  a section */
+#define FT_TYPES 29       /* number of type codes; 18 to 24 are reserved, without storage or text */
+
+#define FDSC_NOINI 0x04  /* the INI reader and writer pass over the field */
+#define FDSC_NOPACK 0x10 /* the second mark that binary packing tests on pointers */
+
+#define INI_SEPARATORS "]-!@#$%&*<>_|\\:" /* for PrsStartParse, where a program parses a file on its own */
+
+#define INI_MAX_FIELDS 60    /* fields of a structure */
+#define INI_MAX_NAMES 16     /* names of an enumeration */
+#define INI_MAX_ENTRIES 5100 /* titles and keys of a file */
+#define INI_MAX_TEXT 127     /* characters of a name or value in a file */
+
+/* A field. */
+typedef struct FDSC {
+  ULONG ulTag;           /* the program's own */
+  const char *pszName;   /* name in INI files; null only for a field that is never read or written as text */
+  ULONG flFlags;         /* FDSC_* */
+  ULONG ulType;          /* FT_* */
+  ULONG ulCount;         /* elements (an array when above 1); bytes for types 9, 14 and 15 */
+  const char *pszFormat; /* conversion format in place of the type's default; null for the default */
+  void *pvDesc;          /* SDSC for types 15, 25, 26, 28; EDSC for 11, 12; the element's FDSC for 27; else null */
+} FDSC;
+
+/* A structure. */
+typedef struct SDSC {
+  ULONG ulFields; /* fields used */
+  ULONG ulTag;    /* the program's own */
+  ULONG ulSize;   /* bytes of one instance: the sum of the fields' extents */
+  ULONG ulSpare;  /* not interpreted */
+  FDSC afdsc[INI_MAX_FIELDS];
+} SDSC;
+
+/* An enumeration. */
+typedef struct EDSC {
+  ULONG ulCount; /* entries used */
+  const char *apszName[INI_MAX_NAMES];
+  LONG alValue[INI_MAX_NAMES]; /* alValue[i] belongs to apszName[i] */
+} EDSC;
+
+/* An entry of the type table. */
+typedef struct TYPEDEFAULT {
+  const char *pszFormat; /* default conversion format, "" where there is none */
+  ULONG ulSize;          /* bytes of one element; 0 for structures and reserved types */
+} TYPEDEFAULT;
+
+/* One title or key of an INI file; the texts are tracked copies. */
+typedef struct INIENTRY {
+  ULONG flTitle;  /* 1 for a title, 0 for a key */
+  char *pszName;  /* the joined name */
+  char *pszValue; /* value of a key, null for a title */
+} INIENTRY;
+
+/* An open INI file. */
+typedef struct INIFILE {
+  FILE *pfile;     /* the output of a file opened for writing, null for one opened for reading */
+  ULONG ulEntries; /* entries used */
+  INIENTRY aentry[INI_MAX_ENTRIES];
+} INIFILE;
+
+/* The type table, FT_TYPES entries indexed by type code; read-only. */
+ZEB_API TYPEDEFAULT *IniGetTypeDefaults(void);
+
+#define INI_MODE_READ 1 /* IniOpen; any other mode opens for writing */
+
+/* Opens a file: for reading, all of which it does at once, or (any other mode) for writing, which empties the file and
+   begins it with a header of the file's own name.
+   pszFile  for writing, at most 255 characters. A name with white space or one of the separators, such as '_' or '-',
+            or longer than INI_MAX_TEXT, gives a header that cannot be read back.
+   Result   the handle, to be closed with IniClose; null, with nothing left open or allocated, when the file cannot be
+            opened, its name is null or too long, or there is no memory, and, for reading, when it breaks the format or
+            a limit. */
+ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode);
+
+/* Reads one described field, usually a structure with all that it holds, out of an open file.
+   pvData   the field's data. A value whose key is missing stays as it was, and in an array all after it too; a missing
+            section leaves its structure as it was.
+   pfdsc    Values are looked up among the keys before the first title or, in a structure, in its section. Element i of
+            an array has the key or section name followed by i + 1. The section of a structure within another is named
+            by both names joined. Of equal names the first counts.
+   Result   0; 1 when the value, or that of the last field read of a structure, is missing. It stands for this last
+            field alone: an element of a list, or a structure by reference, whose last field is missing is not read.
+   Owner    What it hands out is the program's, from the tracked allocator: the texts of type 10, the lists of types 26
+            and 27 with their nodes and data, the structures of type 28. What such a field held before is dropped, not
+            freed; but type 28 reads into a structure that is there, which must be a tracked block: it is freed, and the
+            pointer set to null, when the section or its last field is missing (texts that had been read into
+            it are lost). A pointer whose first element is missing (types 26, 27) and a text for which there is no
+            memory stay as they were.
+   Lists    of structures end at the first section that is missing, lists of values at the first key. An item of type 10
+            carries the text, any other a block that holds the value. The elements of a value list are values (types 0
+            to 17); one of another type, with FDSC_NOINI or without elements is not read, one that is an array is read
+            once, because its keys carry the array's numbers (and not at all with type 10). Of an array of list or
+            structure pointers only the first is used.
+   Limits   structures nest at most 127 levels deep. */
+ZEB_API ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc);
+
+/* Appends one described field to a file opened for writing, usually a structure with all that it holds: first its keys,
+   then, each as a section of its own, the structures within. What is written reads back as it was, except
+   - names of fields with white space or separators, and values beyond INI_MAX_TEXT characters: the reader refuses them;
+   - a text with a double quote, which ends there, or with a line end, which is lost with the white space behind it;
+   - a null text, which reads back empty; the last byte of a field of type 9, and zeros within one of type 14;
+   - truth values other than 0 and 1, enumeration values without a name, verbosity bits without one;
+   - a verbosity word or an interval of 0, which has no text: the reader takes the next line for it;
+   - fractions, rounded to what the format shows (six decimals by default), and times, to ten-thousandths;
+   - keys before the first section written after one: the reader finds them in that section alone;
+   - a value list whose field stands after that of a structure: its keys then lie in that structure's section;
+   - value lists whose elements are no single values: their keys or sections have one name for all elements.
+   Null pointers and empty lists write nothing, nor do list items without data (but null texts), which get no
+   number.
+   Result   0, always. Output errors show on the stream (pfile), to ferror and, at the end, to nobody. */
+ZEB_API ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc);
+
+/* Closes a handle: the output stream, if any, the entries and the handle itself; null does nothing. Result 0. */
+ZEB_API ULONG IniClose(INIFILE *pini);
+
+/* The steps of IniOpen and IniRead, for programs that do them on their own.
+   ParseFile      enters the file of a parse whose header has been read, from the line after it on. The parse has the
+                  separators INI_SEPARATORS. Result 1; 0 for a syntax error, a broken limit or no memory.
+   FindTitle      the value of a key, from entry ulStart (0 for the keys before the first title) up to the next title;
+                  null when it is missing. The handle's.
+   FindStructure  the position after a title, for FindTitle; 0 when it is missing. */
+ZEB_API BOOL ParseFile(PARSECTX *pprs, INIFILE *pini);
+ZEB_API const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart);
+ZEB_API ULONG FindStructure(INIFILE *pini, const char *pszTitle);
+
+/* Conversion of one element of a described field to and from text.
+   ppbData    address of a cursor at the element, which is not moved; the element of types 9, 14 and 15 is the field.
+   pszText    to: room for the longest text that the field can give (100 bytes for type 16).
+   pfChanged  null, or whether the stored value has changed. For type 9 it is non-zero when field and text differ
+              without regard to case; for 14 and 15 likewise; for 10 it is 1.
+   Result     1; 0, with nothing changed (pfChanged 0), for a type code above 17.
+   Text that is no number leaves a number as it was. Unknown names of an enumeration are stored as 0, values without a
+   name read "Unknown". A text is cut to its field: type 9 stores at most ulCount - 1 characters, fills up with zeros
+   and leaves the last byte of the field as it was; type 14 turns every character that cannot be printed in ASCII into a
+   blank. A new text of type 10 does not free the old one. */
+ZEB_API BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc);
+ZEB_API BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDSC *pfdsc, ULONG *pfChanged);
+
+/* The verbosity word as text and back. The text needs at most 100 bytes; a word without VERB_ERROR begins with a blank,
+   which INI files drop on reading. A text that is empty, has an unknown word or begins with a blank gives 0xF000. */
+ZEB_API void VerbosityToString(ULONG fl, char *pszText);
+ZEB_API ULONG ParseVerbosity(const char *psz);
+
+/* A number of seconds as text, such as 1d2h3m4s; empty for 0, at most 16 bytes. Read
+   back, what exceeds 32 bits is the largest number. */
+ZEB_API void IntervalToString(ULONG ulSeconds, char *pszText);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,420 @@
+// ini.cpp: reading INI files: the file as a table of entries, and described data taken out of it.
+// Names are built and compared, never cut: a name that would be too long for a file is one that no file has.
+
+#include "zebbase/ini.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "bytes.h"
+#include "fields.h"
+#include "guard.h"
+#include "iniwrite.h"
+#include "parse.h"
+#include "text.h"
+#include "zebbase/lst.h"
+#include "zebbase/mem.h"
+
+static_assert(sizeof(FDSC) == 28 && offsetof(FDSC, pvDesc) == 24);
+static_assert(sizeof(SDSC) == 1696 && offsetof(SDSC, afdsc) == 16);
+static_assert(sizeof(EDSC) == 132 && offsetof(EDSC, alValue) == 68);
+static_assert(sizeof(INIENTRY) == 12 && sizeof(INIFILE) == 61208);
+
+namespace {
+constexpr char szUnit[] = "ini"; // the source name in allocations
+
+using Name = TextBuffer<INI_MAX_TEXT + 1>;
+
+// --- The file ---
+
+bool IsWithinLimit(const char *psz) { return strnlen(psz, INI_MAX_TEXT + 1) <= INI_MAX_TEXT; }
+
+// Adds an entry to the table, or nothing. A title has no value.
+bool AddEntry(INIFILE *pini, const char *pszName, const char *pszValue) {
+  if (pini->ulEntries >= INI_MAX_ENTRIES) return false;
+  Tracked<char> name(MemAllocString_(pszName, __LINE__, szUnit));
+  if (!name) return false;
+  char *pszCopy = MemAllocString_(pszValue, __LINE__, szUnit);
+  if (pszValue && !pszCopy) return false;
+  pini->aentry[pini->ulEntries++] = {pszValue == nullptr, name.release(), pszCopy};
+  return true;
+}
+
+// Takes a word and joins it to a name. Result: whether there was one that fits; it may be empty where that is allowed.
+bool JoinWord(PARSECTX *pprs, Name &name, bool fMayBeEmpty) {
+  char szWord[PRS_LINE_SIZE];
+  if (!PrsGetWord(pprs, szWord)) return false;
+  name.Put(szWord);
+  return !name.IsCut() && (fMayBeEmpty || szWord[0] != '\0');
+}
+
+bool ReadTitle(PARSECTX *pprs, INIFILE *pini) { // its "[" has been taken
+  Name name;
+  if (!JoinWord(pprs, name, true)) return false;
+  while (!PrsNextChar(pprs, ']'))
+    if (!JoinWord(pprs, name, false)) return false;
+  return AddEntry(pini, name.Text(), nullptr);
+}
+
+bool ReadKey(PARSECTX *pprs, INIFILE *pini) { // one or two words, "=", and the value
+  Name name;
+  char szValue[INI_MAX_TEXT + 1];
+  if (!JoinWord(pprs, name, true)) return false;
+  if (!PrsNextChar(pprs, '=') && !(JoinWord(pprs, name, true) && PrsNextChar(pprs, '='))) return false;
+  return GetSentence(pprs, szValue, sizeof szValue) && AddEntry(pini, name.Text(), szValue);
+}
+
+bool ReadHeader(PARSECTX *pprs) {
+  char szWord[PRS_LINE_SIZE];
+  return PrsNextChar(pprs, '[') && PrsGetWord(pprs, szWord) && IsWithinLimit(szWord) && PrsNextChar(pprs, ']');
+}
+
+struct EndParse {
+  void operator()(PARSECTX *pprs) const { PrsEndParse_(pprs); }
+};
+struct CloseIni {
+  void operator()(INIFILE *pini) const { IniClose(pini); }
+};
+
+INIFILE *OpenForReading(const char *pszFile) {
+  const std::unique_ptr<PARSECTX, EndParse> parse(PrsStartParse(pszFile, 0, INI_SEPARATORS));
+  if (!parse || !ReadHeader(parse.get())) return nullptr;
+  std::unique_ptr<INIFILE, CloseIni> ini(static_cast<INIFILE *>(MemAllocMem_(sizeof(INIFILE), __LINE__, szUnit)));
+  if (!ini || !ParseFile(parse.get(), ini.get())) return nullptr;
+  return ini.release();
+}
+
+// --- Lookup ---
+
+// Finds titles, or the keys of a section, by name; of equal names the first. A program mostly asks in the order of the
+// file, so the next entry is nearly always the one sought. What a search passes on its way goes into a hash table, and
+// later searches begin there: looking up all names of a file takes time in proportion to the file, in whatever order.
+// This lives on the stack for the time of one call.
+class Search {
+ public:
+  Search(const INIFILE &ini, bool fTitles)
+      : ini_(ini), ulEntries_(std::min<ULONG>(ini.ulEntries, INI_MAX_ENTRIES)), fTitles_(fTitles) {}
+
+  // From entry ulStart on: among all titles, or among the keys up to the next title. Null when there is none.
+  const INIENTRY *Find(std::string_view svName, ULONG ulStart) {
+    const ULONG ulHash = Hash(svName);
+    Begin(ulStart);
+    const SLOT slot = SlotOf(svName, ulHash);
+    if (IsPassed(slot)) return &ini_.aentry[slot.usEntry - 1];
+    while (const INIENTRY *pentry = Next()) {
+      const bool fFound = EqualNoCase(pentry->pszName, svName);
+      AddPassed(fFound ? ulHash : Hash(pentry->pszName));
+      if (fFound) return pentry;
+    }
+    return nullptr;
+  }
+
+ private:
+  struct SLOT {
+    USHORT usEntry; // its number + 1
+    USHORT usHash;
+  };
+  static constexpr ULONG ulSlots = 8192; // a power of two, well above INI_MAX_ENTRIES
+
+  static ULONG Hash(std::string_view sv) { // equal for names that differ in case
+    ULONG ulHash = 0;
+    for (const char ch : sv) ulHash = ulHash * 31 + (static_cast<unsigned char>(ch) | 0x20U);
+    return ulHash ^ ulHash >> 16;
+  }
+
+  void Begin(ULONG ulStart) { // another section: all that was passed is forgotten
+    if (ulMask_ == 0) Clear();
+    if (ulStart != ulStart_) ulNext_ = ulStart_ = ulStart;
+  }
+
+  void Clear() {
+    ulMask_ = 15;
+    while (ulMask_ < 2 * ulEntries_ && ulMask_ < ulSlots - 1) ulMask_ = 2 * ulMask_ + 1;
+    std::memset(aslot_, 0, (ulMask_ + 1) * sizeof(SLOT));
+  }
+
+  // A slot of another section counts as free: its entry is not among those passed.
+  bool IsPassed(const SLOT &slot) const { return slot.usEntry > ulStart_ && slot.usEntry <= ulNext_; }
+
+  // The slot of a name, or the free one where the looking ends.
+  SLOT &SlotOf(std::string_view svName, ULONG ulHash) {
+    ULONG ul = ulHash & ulMask_;
+    while (IsPassed(aslot_[ul]) && !(aslot_[ul].usHash == static_cast<USHORT>(ulHash) &&
+                                     EqualNoCase(ini_.aentry[aslot_[ul].usEntry - 1].pszName, svName)))
+      ul = (ul + 1) & ulMask_;
+    return aslot_[ul];
+  }
+
+  const INIENTRY *Next() { // the next entry to look at; null at the end
+    while (fTitles_ && ulNext_ < ulEntries_ && !ini_.aentry[ulNext_].flTitle) ulNext_++;
+    if (ulNext_ >= ulEntries_ || (ini_.aentry[ulNext_].flTitle != 0) != fTitles_) return nullptr;
+    return &ini_.aentry[ulNext_];
+  }
+
+  void AddPassed(ULONG ulHash) { // the entry that Next gave; behind others of its name, which are found first
+    ULONG ul = ulHash & ulMask_;
+    while (IsPassed(aslot_[ul])) ul = (ul + 1) & ulMask_;
+    ulNext_++;
+    aslot_[ul] = {static_cast<USHORT>(ulNext_), static_cast<USHORT>(ulHash)};
+  }
+
+  const INIFILE &ini_;
+  const ULONG ulEntries_;
+  const bool fTitles_;
+  ULONG ulStart_ = 0;
+  ULONG ulNext_ = 0; // the entries from ulStart_ up to here have been passed
+  ULONG ulMask_ = 0;
+  SLOT aslot_[ulSlots];
+};
+
+// --- Reading ---
+
+constexpr ULONG ulNoNumber = 0;
+
+// Adds the name of a field to a name, with a number where it has one. Result: whether a file can have that name.
+bool AddName(Name &name, const FDSC &fdsc, ULONG ulNumber) {
+  if (!fdsc.pszName) return false;
+  name.Put(fdsc.pszName);
+  if (ulNumber != ulNoNumber) name.PutNumber(ulNumber);
+  return !name.IsCut();
+}
+
+// Frees what was read into a structure that is given up: all that its pointers refer to.
+void ReleaseContents(const SDSC &sdsc, BYTE *pb);
+
+void ReleaseList(const FDSC &fdsc, LIST *plst) {
+  if (!plst) return;
+  if (fdsc.ulType == FT_STRUCTLIST)
+    for (const LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext)
+      ReleaseContents(*StructureOf(fdsc), static_cast<BYTE *>(pli->pvData));
+  LstDeleteAllBoth(plst);
+  LstFreeList_(plst);
+}
+
+void ReleaseElement(const FDSC &fdsc, BYTE *pb) {
+  if (fdsc.ulType == FT_PSZ) return MemFreeString_(Load<char *>(pb));
+  if (!IsSection(fdsc.ulType) || !fdsc.pvDesc) return;
+  if (fdsc.ulType == FT_STRUCT) return ReleaseContents(*StructureOf(fdsc), pb);
+  if (fdsc.ulType != FT_STRUCTPTR) return ReleaseList(fdsc, Load<LIST *>(pb));
+  BYTE *pbStruct = Load<BYTE *>(pb);
+  if (!pbStruct) return;
+  ReleaseContents(*StructureOf(fdsc), pbStruct);
+  MemFreeMem_(pbStruct);
+}
+
+void ReleaseContents(const SDSC &sdsc, BYTE *pb) {
+  for (const FDSC &fdsc : FieldsOf(sdsc)) {
+    const ULONG ulElements = IsCharacters(fdsc.ulType) ? 0 : fdsc.ulCount;
+    for (ULONG ul = 0; ul < ulElements; ul++) ReleaseElement(fdsc, pb + ul * ElementSize(fdsc));
+    pb += Extent(fdsc);
+  }
+}
+
+// Appends a block to the list of a field, which is made for its first element. Result: whether the list has taken it
+// over.
+bool Append(LIST *&plst, Tracked<BYTE> &block) {
+  if (!plst) plst = LstNewList(0);
+  if (!plst || !LstInsert(plst, block.get(), LST_END)) return false;
+  static_cast<void>(block.release());
+  return true;
+}
+
+// Stores a list that was read, and drops one that no element made it into.
+void StoreList(BYTE *pb, LIST *plst) {
+  if (plst && plst->ulCount > 0)
+    Store(pb, plst);
+  else
+    LstFreeList_(plst);
+}
+
+// Reads described data out of a file. Results are those of IniRead: 0, or 1 for something missing. The section that a
+// field belongs to is given by ulStart, its first entry, and by path_, its name.
+class Reader {
+ public:
+  explicit Reader(const INIFILE &ini) : ini_(ini), titles_(ini, true), keys_(ini, false) {}
+
+  ULONG ReadField(BYTE *pb, const FDSC &fdsc, ULONG ulStart) {
+    if (fdsc.flFlags & FDSC_NOINI) return 0;
+    if (!IsSection(fdsc.ulType)) return ReadValues(pb, fdsc, ulStart, ulNoNumber);
+    if (fdsc.ulCount == 0 || !fdsc.pvDesc) return 0;
+    switch (fdsc.ulType) {
+      case FT_STRUCT:
+        return ReadStructs(pb, fdsc);
+      case FT_STRUCTLIST:
+        return ReadStructList(pb, fdsc);
+      case FT_VALUELIST:
+        return ReadValueList(pb, fdsc, ulStart);
+      case FT_STRUCTPTR:
+        return ReadStructPtr(pb, fdsc);
+      default:
+        return 0;
+    }
+  }
+
+ private:
+  const char *FindValue(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
+    Name name;
+    if (!AddName(name, fdsc, ulNumber)) return nullptr;
+    const INIENTRY *pentry = keys_.Find({name.Data(), name.Length()}, ulStart);
+    return pentry ? pentry->pszValue : nullptr;
+  }
+
+  // The elements of a value field, up to the first whose key is missing.
+  ULONG ReadValues(BYTE *pb, const FDSC &fdsc, ULONG ulStart, ULONG ulListNumber) {
+    const ULONG ulElements = IsCharacters(fdsc.ulType) ? 1 : fdsc.ulCount;
+    for (ULONG ul = 0; ul < ulElements; ul++) {
+      const char *pszValue = FindValue(fdsc, ulElements > 1 ? ul + 1 : ulListNumber, ulStart);
+      if (!pszValue) return 1;
+      IniConvertFromString(&pb, pszValue, &fdsc, nullptr);
+      pb += ElementSize(fdsc);
+    }
+    return 0;
+  }
+
+  // A structure within the section at hand, whose name its own adds to.
+  ULONG ReadStruct(BYTE *pb, const FDSC &fdsc, ULONG ulNumber) {
+    const std::size_t cbOuter = path_.Length();
+    ulDepth_++;
+    const ULONG ulResult = AddName(path_, fdsc, ulNumber) && ulDepth_ <= ulMaxNesting ? ReadSection(pb, fdsc) : 1;
+    ulDepth_--;
+    path_.Shorten(cbOuter);
+    return ulResult;
+  }
+
+  ULONG ReadSection(BYTE *pb, const FDSC &fdsc) { // the result is that of the last field
+    const INIENTRY *pentry = titles_.Find({path_.Data(), path_.Length()}, 0);
+    if (!pentry) return 1;
+    const ULONG ulStart = static_cast<ULONG>(pentry - ini_.aentry) + 1;
+    ULONG ulResult = 0;
+    ForFieldsInFileOrder(*StructureOf(fdsc), pb, [&](const FDSC &fdscField, BYTE *pbField) {
+      ulResult = ReadField(pbField, fdscField, ulStart);
+    });
+    return ulResult;
+  }
+
+  ULONG ReadStructs(BYTE *pb, const FDSC &fdsc) {
+    for (ULONG ul = 0; ul < fdsc.ulCount; ul++) {
+      const ULONG ulResult = ReadStruct(pb, fdsc, fdsc.ulCount > 1 ? ul + 1 : ulNoNumber);
+      if (ulResult != 0) return ulResult;
+      pb += ElementSize(fdsc);
+    }
+    return 0;
+  }
+
+  // A structure in a block of its own, or null when it is missing.
+  Tracked<BYTE> ReadNewStruct(const FDSC &fdsc, ULONG ulNumber) {
+    const SDSC &sdsc = *StructureOf(fdsc);
+    Tracked<BYTE> block(static_cast<BYTE *>(MemAllocMem_(sdsc.ulSize, __LINE__, szUnit)));
+    if (block && ReadStruct(block.get(), fdsc, ulNumber) != 0) {
+      ReleaseContents(sdsc, block.get());
+      block.reset();
+    }
+    return block;
+  }
+
+  ULONG ReadStructList(BYTE *pb, const FDSC &fdsc) {
+    LIST *plst = nullptr;
+    for (ULONG ulNumber = 1;; ulNumber++) {
+      Tracked<BYTE> block = ReadNewStruct(fdsc, ulNumber);
+      if (!block) break;
+      if (Append(plst, block)) continue;
+      ReleaseContents(*StructureOf(fdsc), block.get());
+      break;
+    }
+    StoreList(pb, plst);
+    return 0;
+  }
+
+  // One value of a list: a text, or a block that holds the value; null when it is missing.
+  Tracked<BYTE> ReadItem(const FDSC &fdsc, ULONG ulStart, ULONG ulNumber) {
+    if (fdsc.ulType == FT_PSZ) {
+      BYTE abText[sizeof(char *)] = {};
+      const ULONG ulResult = ReadValues(abText, fdsc, ulStart, ulNumber);
+      return Tracked<BYTE>(ulResult == 0 ? Load<BYTE *>(abText) : nullptr);
+    }
+    Tracked<BYTE> block(static_cast<BYTE *>(MemAllocMem_(Extent(fdsc), __LINE__, szUnit)));
+    if (block && ReadValues(block.get(), fdsc, ulStart, ulNumber) != 0) block.reset();
+    return block;
+  }
+
+  // Only values can be told apart by number: the list would not end with elements that are found again and again.
+  ULONG ReadValueList(BYTE *pb, const FDSC &fdscList, ULONG ulStart) {
+    const FDSC &fdsc = *static_cast<const FDSC *>(fdscList.pvDesc);
+    const bool fArray = fdsc.ulCount > 1 && !IsCharacters(fdsc.ulType);
+    const bool fHasText = fdsc.ulType <= FT_INTERVAL && !(fdsc.flFlags & FDSC_NOINI);
+    if (!fHasText || fdsc.ulCount == 0 || (fArray && fdsc.ulType == FT_PSZ)) return 0;
+    LIST *plst = nullptr;
+    for (ULONG ulNumber = 1;; ulNumber++) {
+      Tracked<BYTE> item = ReadItem(fdsc, ulStart, ulNumber);
+      if (!item || !Append(plst, item) || fArray) break;
+    }
+    StoreList(pb, plst);
+    return 0;
+  }
+
+  ULONG ReadStructPtr(BYTE *pb, const FDSC &fdsc) {
+    Tracked<BYTE> block(Load<BYTE *>(pb)); // the program's, which it loses when its section is missing
+    if (!block)
+      block = ReadNewStruct(fdsc, ulNoNumber);
+    else if (ReadStruct(block.get(), fdsc, ulNoNumber) != 0)
+      block.reset();
+    Store(pb, block.release());
+    return 0;
+  }
+
+  const INIFILE &ini_;
+  Search titles_;
+  Search keys_;
+  Name path_;
+  ULONG ulDepth_ = 0;
+};
+} // namespace
+
+INIFILE *IniOpen(const char *pszFile, ULONG ulMode) {
+  if (!pszFile) return nullptr;
+  return ulMode == INI_MODE_READ ? OpenForReading(pszFile) : OpenForWriting(pszFile);
+}
+
+BOOL ParseFile(PARSECTX *pprs, INIFILE *pini) {
+  PrsNextLine(pprs);
+  for (;;) {
+    if (PrsNextChar(pprs, '[')) {
+      if (!ReadTitle(pprs, pini)) return 0;
+    } else {
+      if (PrsIsEndOfFile(pprs)) return 1;
+      if (!ReadKey(pprs, pini)) return 0;
+    }
+  }
+}
+
+ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc) {
+  if (!pini || !pvData || !pfdsc) return 1;
+  return Reader(*pini).ReadField(static_cast<BYTE *>(pvData), *pfdsc, 0);
+}
+
+const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart) {
+  for (ULONG ul = ulStart; ul < pini->ulEntries && !pini->aentry[ul].flTitle; ul++)
+    if (EqualNoCase(pini->aentry[ul].pszName, pszKey)) return pini->aentry[ul].pszValue;
+  return nullptr;
+}
+
+ULONG FindStructure(INIFILE *pini, const char *pszTitle) {
+  for (ULONG ul = 0; ul < pini->ulEntries; ul++)
+    if (pini->aentry[ul].flTitle && EqualNoCase(pini->aentry[ul].pszName, pszTitle)) return ul + 1;
+  return 0;
+}
+
+ULONG IniClose(INIFILE *pini) {
+  if (!pini) return 0;
+  if (pini->pfile) std::fclose(pini->pfile);
+  for (ULONG ul = 0; ul < pini->ulEntries; ul++) {
+    MemFreeString_(pini->aentry[ul].pszName);
+    MemFreeString_(pini->aentry[ul].pszValue);
+  }
+  MemFreeMem_(pini);
+  return 0;
+}
+
+TYPEDEFAULT *IniGetTypeDefaults(void) { return const_cast<TYPEDEFAULT *>(atydTypeDefaults); }
