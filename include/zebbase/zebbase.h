@@ -10,6 +10,8 @@
 #include <zebbase/lst.h>
 #include <zebbase/mem.h>
 #include <zebbase/prs.h>
+#include <zebbase/swp.h>
+#include <zebbase/tag.h>
 #include <zebbase/tme.h>
 #include <zebbase/types.h>
 
