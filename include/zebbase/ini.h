@@ -199,6 +199,61 @@ ZEB_API ULONG ParseVerbosity(const char *psz);
    back, what exceeds 32 bits is the largest number. */
 ZEB_API void IntervalToString(ULONG ulSeconds, char *pszText);
 
+/* Binary packing. The description of a record and its contents travel as flat buffers, also to a machine of the other
+   byte order: the receiver, who knows the sender's order, converts as it unpacks. The buffers are the caller's and may
+   lie at any byte offset, and so may, for the operations here and for SwpSwapField, the descriptions built in them.
+   Nothing is allocated. Null pointers are refused only where it is said.
+
+   A packed description holds copies of the FDSC, SDSC and EDSC records with the texts among them; references are
+   offsets from the buffer's start. What types 26, 27 and 28 nest does not travel: in an unpacked description these
+   references must not be followed (with IniRead, or with the fFollow of SwpSwapField). Packed data has the size and the
+   layout of the data itself: fields one after another, without gaps. What a pointer refers to does not travel either.
+
+   Every operation stops at the first error, in nested structures too, and answers it; what was done before stays done.
+   Bytes that hold nothing, before an aligned record or in the place of a pointer, keep what the buffer held. */
+#define ERROR_FDSC_TYPE 7    /* the type is reserved, or one of the text types 16 and 17 and has no binary form */
+#define ERROR_FDSC_POINTER 8 /* a pointer (types 10, 26, 27, 28) that is not marked for being passed over */
+#define ERROR_FDSC_LAYOUT 9  /* IniCheckFdsc: something is not where IniPackFdsc puts it, or not inside the buffer */
+#define ERROR_FDSC_LIMIT 10  /* IniCheckFdsc: too many fields or names, too much data, too deep a nesting */
+#define ERROR_FDSC_SIZE 11   /* IniCheckFdsc: the ulSize of a structure is not the sum of its fields' extents */
+
+#define INI_MAX_DEPTH 127           /* structures within one another, in a description that IniCheckFdsc accepts */
+#define INI_MAX_EXTENT 0x7FFFFFFFUL /* bytes that such a description may describe */
+
+/* The size of the buffer for IniPackFdsc, which needs at most this (28 bytes less for each nested field). Result 0. */
+ZEB_API ULONG IniSizeofFdsc(const FDSC *pfdsc, ULONG *pulSize);
+
+/* Packs a description, which is not changed.
+   Result   0; ERROR_FDSC_POINTER for a pointer without both FDSC_NOINI and FDSC_NOPACK; the buffer is then useless. */
+ZEB_API ULONG IniPackFdsc(const FDSC *pfdsc, BYTE *pbBuffer);
+
+/* Whether a packed description can be unpacked: it reads the buffer as IniUnpackFdsc will, and changes nothing. To be
+   asked of every buffer that comes from elsewhere, since IniUnpackFdsc believes what it reads.
+   ulSize   bytes of the buffer; more than the description takes is fine.
+   Result   0 only for what IniPackFdsc could have written: every record and text where the packer puts it, so that none
+            overlap and the nesting ends, and all inside the buffer. IniUnpackFdsc then succeeds, and IniSizeofData,
+            IniPackData, IniUnpackData and, without following, SwpSwapField go over no more than the described extent,
+            at most INI_MAX_EXTENT bytes. Otherwise an ERROR_FDSC code: ERROR_FDSC_TYPE for types 18 to 24 and above 28
+            (16 and 17 are accepted, their data is refused by the operations on data), ERROR_FDSC_POINTER as
+            IniUnpackFdsc, LAYOUT also for a null buffer.
+   Not checked: the texts. A format out of an untrusted buffer must not get into a conversion to or from text,
+            which also needs room for fields and names as long as the description says. */
+ZEB_API ULONG IniCheckFdsc(const BYTE *pbBuffer, ULONG ulSize, ULONG fSwap);
+
+/* Turns a packed description, in place, into one that can be used: afterwards the buffer begins with the FDSC.
+   fSwap    non-zero: it was packed on a machine of the other byte order.
+   Result   0; ERROR_FDSC_POINTER as IniPackFdsc. */
+ZEB_API ULONG IniUnpackFdsc(BYTE *pbBuffer, ULONG fSwap);
+
+/* The size of the packed data of a field (the data is not looked at, and may be null), packing and unpacking.
+   pvData   IniUnpackData: null only goes over the description. The two places must not overlap.
+   fSwap    non-zero: the data was packed on a machine of the other byte order; every number is reversed.
+   Result   0; ERROR_FDSC_TYPE; ERROR_FDSC_POINTER for a pointer with neither FDSC_NOINI nor FDSC_NOPACK. A marked
+            pointer is passed over and keeps its value on both sides. After an error *pulSize counts what was fine. */
+ZEB_API ULONG IniSizeofData(const FDSC *pfdsc, const void *pvData, ULONG *pulSize);
+ZEB_API ULONG IniPackData(const FDSC *pfdsc, const void *pvData, BYTE *pbBuffer);
+ZEB_API ULONG IniUnpackData(const FDSC *pfdsc, void *pvData, const BYTE *pbBuffer, ULONG fSwap);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,389 @@
+// inipack.cpp: packing of descriptions and of described data into flat buffers.
+//
+// A packed description is the FDSC at offset 0 and, from there on without gaps, the items of each field, depth first:
+//
+//   name | format | 0 to 3 bytes | SDSC | the items of its fields            (types 15 and 25)
+//                                | EDSC | its names                          (types 11 and 12)
+//
+// FdscPacker writes this order, FdscChecker holds a buffer against it, FdscUnpacker follows the offsets. Records are
+// only reached by Load and Store, since the buffer may lie at any byte offset.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+
+#include "reverse.h"
+#include "walk.h"
+#include "zebbase/ini.h"
+
+static_assert(sizeof(FDSC) == 28 && offsetof(FDSC, ulType) == 12 && offsetof(FDSC, pvDesc) == 24);
+static_assert(sizeof(SDSC) == 1696 && offsetof(SDSC, afdsc) == 16);
+static_assert(sizeof(EDSC) == 132 && offsetof(EDSC, apszName) == 4 && offsetof(EDSC, alValue) == 68);
+
+namespace {
+constexpr ULONG flMarks = FDSC_NOINI | FDSC_NOPACK;
+constexpr ULONG ulAlignment = 4;
+
+enum class NESTED { None, Structure, Enumeration };
+
+// What a field nests that travels with it.
+constexpr NESTED NestedOf(ULONG ulType) {
+  if (ulType == FT_STRUCT || ulType == FT_DOTTED) return NESTED::Structure;
+  if (ulType == FT_ENUM16 || ulType == FT_ENUM32) return NESTED::Enumeration;
+  return NESTED::None;
+}
+
+// A description travels only when its pointers carry both marks.
+constexpr ULONG RefuseUnmarked(ULONG ulType, ULONG flFlags) {
+  return IsPointer(ulType) && (flFlags & flMarks) != flMarks ? ERROR_FDSC_POINTER : 0;
+}
+
+constexpr ULONG Aligned(ULONG ul) { return (ul + ulAlignment - 1) & ~(ulAlignment - 1); }
+
+constexpr ULONG FieldOffset(ULONG ulSdsc, ULONG ulField) {
+  return ulSdsc + offsetof(SDSC, afdsc) + ulField * sizeof(FDSC);
+}
+constexpr ULONG NameOffset(ULONG ulEdsc, ULONG ulName) {
+  return ulEdsc + offsetof(EDSC, apszName) + ulName * sizeof(char *);
+}
+constexpr ULONG ValueOffset(ULONG ulEdsc, ULONG ulValue) {
+  return ulEdsc + offsetof(EDSC, alValue) + ulValue * sizeof(LONG);
+}
+
+// Packs a description; without a buffer it only measures, and takes unmarked pointers for marked ones.
+class FdscPacker {
+ public:
+  explicit FdscPacker(BYTE *pbBuffer) : pbBuffer_(pbBuffer) {}
+
+  ULONG Pack(const FDSC *pfdsc) {
+    Append(pfdsc, sizeof *pfdsc);
+    return PackFdscField(0, FieldView(pfdsc).Copy());
+  }
+
+  ULONG Size() const { return ulNext_; }
+  ULONG NestedFields() const { return ulNestedFields_; }
+
+ private:
+  // Both tell where the item stands; a text that is not there stands at 0.
+  ULONG Append(const void *pv, ULONG ulBytes) {
+    const ULONG ulAt = ulNext_;
+    if (pbBuffer_) std::memcpy(pbBuffer_ + ulAt, pv, ulBytes);
+    ulNext_ += ulBytes;
+    return ulAt;
+  }
+  ULONG AppendText(const char *psz) { return psz ? Append(psz, std::strlen(psz) + 1) : 0; }
+
+  void Refer(ULONG ulAt, ULONG ulTarget) {
+    if (pbBuffer_) Store(pbBuffer_ + ulAt, ulTarget);
+  }
+
+  // Packs what hangs on a field whose copy is at ulAt.
+  ULONG PackFdscField(ULONG ulAt, const FDSC &fdsc) {
+    const ULONG rc = pbBuffer_ ? RefuseUnmarked(fdsc.ulType, fdsc.flFlags) : 0;
+    if (rc != 0) return rc;
+    Refer(ulAt + offsetof(FDSC, pszName), AppendText(fdsc.pszName));
+    Refer(ulAt + offsetof(FDSC, pszFormat), AppendText(fdsc.pszFormat));
+    if (fdsc.pvDesc) ulNext_ = Aligned(ulNext_);
+    Refer(ulAt + offsetof(FDSC, pvDesc), fdsc.pvDesc ? ulNext_ : 0);
+    return fdsc.pvDesc ? PackNested(fdsc) : 0;
+  }
+
+  ULONG PackNested(const FDSC &fdsc) {
+    const NESTED nested = NestedOf(fdsc.ulType);
+    if (nested == NESTED::Structure) return PackStructure(fdsc.pvDesc);
+    if (nested == NESTED::Enumeration) PackEnumeration(fdsc.pvDesc);
+    return 0;
+  }
+
+  ULONG PackStructure(const void *pvSdsc) {
+    const FieldsView fields(pvSdsc);
+    ULONG ulField = Append(pvSdsc, sizeof(SDSC)) + offsetof(SDSC, afdsc);
+    ulNestedFields_ += fields.size();
+    for (const FieldView field : fields) {
+      const ULONG rc = PackFdscField(ulField, field.Copy());
+      if (rc != 0) return rc;
+      ulField += sizeof(FDSC);
+    }
+    return 0;
+  }
+
+  void PackEnumeration(const void *pvEdsc) {
+    const EDSC edsc = Load<EDSC>(pvEdsc);
+    const ULONG ulAt = Append(&edsc, sizeof edsc);
+    for (ULONG i = 0; i < INI_MAX_NAMES; i++) Refer(NameOffset(ulAt, i), AppendText(edsc.apszName[i]));
+  }
+
+  BYTE *const pbBuffer_;
+  ULONG ulNext_ = 0; // where the next item goes
+  ULONG ulNestedFields_ = 0;
+};
+
+// Converts a packed description in place.
+class FdscUnpacker {
+ public:
+  FdscUnpacker(BYTE *pbBuffer, bool fSwap) : pbBuffer_(pbBuffer), fSwap_(fSwap) {}
+
+  ULONG UnpackFdscField(ULONG ulAt) {
+    for (const ULONG ul :
+         {offsetof(FDSC, ulTag), offsetof(FDSC, flFlags), offsetof(FDSC, ulType), offsetof(FDSC, ulCount)})
+      ConvertNumber(ulAt + ul);
+    const ULONG ulType = Word(ulAt + offsetof(FDSC, ulType));
+    const ULONG rc = RefuseUnmarked(ulType, Word(ulAt + offsetof(FDSC, flFlags)));
+    if (rc != 0) return rc;
+    ConvertReference(ulAt + offsetof(FDSC, pszName));
+    ConvertReference(ulAt + offsetof(FDSC, pszFormat));
+    const ULONG ulNested = ConvertReference(ulAt + offsetof(FDSC, pvDesc));
+    return ulNested != 0 ? UnpackNested(ulType, ulNested) : 0;
+  }
+
+ private:
+  ULONG UnpackNested(ULONG ulType, ULONG ulAt) {
+    const NESTED nested = NestedOf(ulType);
+    if (nested == NESTED::Structure) return UnpackStructure(ulAt);
+    if (nested == NESTED::Enumeration) UnpackEnumeration(ulAt);
+    return 0;
+  }
+
+  ULONG UnpackStructure(ULONG ulAt) {
+    for (const ULONG ul : {offsetof(SDSC, ulFields), offsetof(SDSC, ulTag), offsetof(SDSC, ulSize)})
+      ConvertNumber(ulAt + ul);
+    const ULONG ulFields = FieldsView(pbBuffer_ + ulAt).size();
+    for (ULONG i = 0; i < ulFields; i++) {
+      const ULONG rc = UnpackFdscField(FieldOffset(ulAt, i));
+      if (rc != 0) return rc;
+    }
+    return 0;
+  }
+
+  void UnpackEnumeration(ULONG ulAt) {
+    ConvertNumber(ulAt + offsetof(EDSC, ulCount));
+    for (ULONG i = 0; i < INI_MAX_NAMES; i++) {
+      ConvertReference(NameOffset(ulAt, i));
+      ConvertNumber(ValueOffset(ulAt, i));
+    }
+  }
+
+  ULONG Word(ULONG ulAt) const { return Load<ULONG>(pbBuffer_ + ulAt); }
+
+  void ConvertNumber(ULONG ulAt) {
+    if (fSwap_) Reverse<ULONG>(pbBuffer_ + ulAt);
+  }
+
+  // Makes a pointer of an offset, which is the result; 0 stays a null pointer.
+  ULONG ConvertReference(ULONG ulAt) {
+    ConvertNumber(ulAt);
+    const ULONG ulTarget = Word(ulAt);
+    if (ulTarget != 0) Store(pbBuffer_ + ulAt, pbBuffer_ + ulTarget);
+    return ulTarget;
+  }
+
+  BYTE *const pbBuffer_;
+  const bool fSwap_;
+};
+
+// Holds a packed description against the order in which FdscPacker writes. What is accepted moves ulNext_ forward, so
+// nothing is met twice and the walk ends.
+class FdscChecker {
+ public:
+  FdscChecker(const BYTE *pbBuffer, ULONG ulSize, bool fSwap) : pbBuffer_(pbBuffer), ulSize_(ulSize), fSwap_(fSwap) {}
+
+  ULONG Check() {
+    if (!pbBuffer_ || ulSize_ < sizeof(FDSC)) return ERROR_FDSC_LAYOUT;
+    ulNext_ = sizeof(FDSC);
+    ULONG ulExtent;
+    return CheckField(0, 0, ulExtent);
+  }
+
+ private:
+  ULONG Word(ULONG ulAt) const {
+    const ULONG ul = Load<ULONG>(pbBuffer_ + ulAt);
+    return fSwap_ ? Reversed(ul) : ul;
+  }
+
+  // Gives the field's extent when it is fine.
+  ULONG CheckField(ULONG ulAt, ULONG ulDepth, ULONG &ulExtent) {
+    const ULONG ulType = Word(ulAt + offsetof(FDSC, ulType));
+    if (ulType >= FT_TYPES || (ulType > FT_INTERVAL && ulType < FT_STRUCT)) return ERROR_FDSC_TYPE;
+    ULONG rc = RefuseUnmarked(ulType, Word(ulAt + offsetof(FDSC, flFlags)));
+    if (rc != 0) return rc;
+    if (!TakeText(ulAt + offsetof(FDSC, pszName)) || !TakeText(ulAt + offsetof(FDSC, pszFormat)))
+      return ERROR_FDSC_LAYOUT;
+    ULONG ulElement = atydTypeDefaults[ulType].ulSize;
+    rc = CheckNested(ulAt + offsetof(FDSC, pvDesc), ulType, ulDepth, ulElement);
+    if (rc != 0) return rc;
+    const std::uint64_t ullExtent = std::uint64_t{ulElement} * Word(ulAt + offsetof(FDSC, ulCount));
+    ulExtent = static_cast<ULONG>(ullExtent);
+    return ullExtent > INI_MAX_EXTENT ? ERROR_FDSC_LIMIT : 0;
+  }
+
+  // What the reference at ulAt leads to; gives the size of one element where that is a structure.
+  ULONG CheckNested(ULONG ulAt, ULONG ulType, ULONG ulDepth, ULONG &ulElement) {
+    const ULONG ulNested = Word(ulAt);
+    if (ulNested == 0) return 0;
+    const NESTED nested = NestedOf(ulType);
+    const ULONG ulBytes = nested == NESTED::Structure ? sizeof(SDSC) : nested == NESTED::Enumeration ? sizeof(EDSC) : 0;
+    if (!TakeRecord(ulNested, ulBytes)) return ERROR_FDSC_LAYOUT;
+    if (nested == NESTED::Enumeration) return CheckEnumeration(ulNested);
+    if (nested == NESTED::None) return 0;
+    if (ulType == FT_STRUCT) ulElement = Word(ulNested + offsetof(SDSC, ulSize));
+    return CheckStructure(ulNested, ulDepth + 1);
+  }
+
+  ULONG CheckStructure(ULONG ulAt, ULONG ulDepth) {
+    const ULONG ulFields = Word(ulAt + offsetof(SDSC, ulFields));
+    if (ulFields > INI_MAX_FIELDS || ulDepth > INI_MAX_DEPTH) return ERROR_FDSC_LIMIT;
+    std::uint64_t ullSum = 0;
+    for (ULONG i = 0; i < ulFields; i++) {
+      ULONG ulExtent;
+      const ULONG rc = CheckField(FieldOffset(ulAt, i), ulDepth, ulExtent);
+      if (rc != 0) return rc;
+      ullSum += ulExtent;
+    }
+    return ullSum == Word(ulAt + offsetof(SDSC, ulSize)) ? 0 : ERROR_FDSC_SIZE;
+  }
+
+  ULONG CheckEnumeration(ULONG ulAt) {
+    if (Word(ulAt + offsetof(EDSC, ulCount)) > INI_MAX_NAMES) return ERROR_FDSC_LIMIT;
+    for (ULONG i = 0; i < INI_MAX_NAMES; i++)
+      if (!TakeText(NameOffset(ulAt, i))) return ERROR_FDSC_LAYOUT;
+    return 0;
+  }
+
+  // Whether the reference at ulAt is null or leads to a text that comes next and ends inside the buffer.
+  bool TakeText(ULONG ulAt) {
+    const ULONG ulText = Word(ulAt);
+    if (ulText == 0) return true;
+    if (ulText != ulNext_) return false;
+    const void *pvEnd = std::memchr(pbBuffer_ + ulText, '\0', ulSize_ - ulText);
+    if (!pvEnd) return false;
+    ulNext_ = static_cast<ULONG>(static_cast<const BYTE *>(pvEnd) - pbBuffer_) + 1;
+    return true;
+  }
+
+  // Whether a record stands at the next aligned place, inside the buffer.
+  bool TakeRecord(ULONG ulAt, ULONG ulBytes) {
+    if (ulAt != Aligned(ulNext_) || ulAt > ulSize_ || ulBytes > ulSize_ - ulAt) return false;
+    ulNext_ = ulAt + ulBytes;
+    return true;
+  }
+
+  const BYTE *const pbBuffer_;
+  const ULONG ulSize_;
+  const bool fSwap_;
+  ULONG ulNext_ = 0; // where the packer puts the next item; never beyond ulSize_
+};
+
+// Described data goes from one place to another of the same layout. A mover copies the next bytes, or passes over them.
+
+// As they are, in runs that only pointers interrupt. Without a destination it only measures.
+class Copier {
+ public:
+  Copier(BYTE *pbTo, const BYTE *pbFrom) : pbTo_(pbTo), pbFrom_(pbFrom) {}
+  ~Copier() { Flush(); } // what stands before an error is done
+  Copier(const Copier &) = delete;
+  Copier &operator=(const Copier &) = delete;
+
+  void Copy(ULONG ulCount, ULONG ulWidth) { ulOffset_ += ulCount * ulWidth; }
+  void Pass(ULONG ulBytes) {
+    Flush();
+    ulOffset_ += ulBytes;
+    ulRun_ = ulOffset_;
+  }
+  ULONG Position() const { return ulOffset_; }
+  bool Repeat(ULONG ulStart, ULONG ulTimes) {
+    if (pbTo_ && ulRun_ > ulStart) return false; // elements with a gap
+    ulOffset_ += (ulOffset_ - ulStart) * ulTimes;
+    return true;
+  }
+
+ private:
+  void Flush() {
+    if (pbTo_ && ulRun_ < ulOffset_) std::memcpy(pbTo_ + ulRun_, pbFrom_ + ulRun_, ulOffset_ - ulRun_);
+  }
+
+  BYTE *const pbTo_;
+  const BYTE *const pbFrom_;
+  ULONG ulOffset_ = 0;
+  ULONG ulRun_ = 0; // from here to ulOffset_ is still to be copied
+};
+
+// With every number reversed.
+class ReversingCopier {
+ public:
+  ReversingCopier(BYTE *pbTo, const BYTE *pbFrom) : pbTo_(pbTo), pbFrom_(pbFrom) {}
+
+  void Copy(ULONG ulCount, ULONG ulWidth) {
+    const ULONG ulAt = ulOffset_;
+    Pass(ulCount * ulWidth);
+    CopyElementsReversed(pbTo_ + ulAt, pbFrom_ + ulAt, ulCount, ulWidth);
+  }
+  void Pass(ULONG ulBytes) { ulOffset_ += ulBytes; }
+  ULONG Position() const { return ulOffset_; }
+  bool Repeat(ULONG, ULONG) const { return false; }
+
+ private:
+  BYTE *const pbTo_;
+  const BYTE *const pbFrom_;
+  ULONG ulOffset_ = 0;
+};
+
+// The visitor that tells a mover what to do with each field.
+template <typename Mover>
+class DataVisitor : public Mover {
+ public:
+  using Mover::Mover;
+
+  ULONG OnField(FieldView field) {
+    const ULONG ulWidth = ElementBytes(field.Type());
+    if (ulWidth == 0) return OnUntravelled(field);
+    this->Copy(field.Count(), ulWidth);
+    return 0;
+  }
+
+ private:
+  [[gnu::noinline]] ULONG OnUntravelled(FieldView field) { // inline, it slows the others down
+    if (!IsPointer(field.Type())) return ERROR_FDSC_TYPE;
+    if ((field.Flags() & flMarks) == 0) return ERROR_FDSC_POINTER;
+    this->Pass(Extent(field.Copy()));
+    return 0;
+  }
+};
+} // namespace
+
+ULONG IniSizeofFdsc(const FDSC *pfdsc, ULONG *pulSize) {
+  FdscPacker packer(nullptr);
+  packer.Pack(pfdsc);
+  *pulSize = packer.Size() + packer.NestedFields() * sizeof(FDSC);
+  return 0;
+}
+
+ULONG IniPackFdsc(const FDSC *pfdsc, BYTE *pbBuffer) { return FdscPacker(pbBuffer).Pack(pfdsc); }
+
+ULONG IniCheckFdsc(const BYTE *pbBuffer, ULONG ulSize, ULONG fSwap) {
+  return FdscChecker(pbBuffer, ulSize, fSwap != 0).Check();
+}
+
+ULONG IniUnpackFdsc(BYTE *pbBuffer, ULONG fSwap) { return FdscUnpacker(pbBuffer, fSwap != 0).UnpackFdscField(0); }
+
+ULONG IniSizeofData(const FDSC *pfdsc, const void *, ULONG *pulSize) {
+  DataVisitor<Copier> visitor(nullptr, nullptr);
+  const ULONG rc = WalkField(FieldView(pfdsc), visitor);
+  *pulSize = visitor.Position();
+  return rc;
+}
+
+ULONG IniPackData(const FDSC *pfdsc, const void *pvData, BYTE *pbBuffer) {
+  DataVisitor<Copier> visitor(pbBuffer, static_cast<const BYTE *>(pvData));
+  return WalkField(FieldView(pfdsc), visitor);
+}
+
+ULONG IniUnpackData(const FDSC *pfdsc, void *pvData, const BYTE *pbBuffer, ULONG fSwap) {
+  BYTE *pbTo = static_cast<BYTE *>(pvData);
+  if (!pbTo || !fSwap) {
+    DataVisitor<Copier> visitor(pbTo, pbBuffer);
+    return WalkField(FieldView(pfdsc), visitor);
+  }
+  DataVisitor<ReversingCopier> visitor(pbTo, pbBuffer);
+  return WalkField(FieldView(pfdsc), visitor);
+}
