@@ -1,0 +1,210 @@
+/* cmdline.c: the table of the command line, its help texts, and what they come to. */
+#include "cmdline.h"
+
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#define PAGE_LINES 24UL /* of the full help, on a terminal */
+
+enum { GROUP_REPORT = 1, GROUP_RECORDS };
+
+/* The help keys: for each entry one, switches before their arguments. */
+enum {
+  KEY_PROGRAM = HLP,
+  KEY_SETTINGS,
+  KEY_VERBOSE,
+  KEY_BRIEF,
+  KEY_FULL,
+  KEY_WATCH,
+  KEY_WATCH_PATHS,
+  KEY_TIMES,
+  KEY_TIMES_COUNT,
+  KEY_PAUSE,
+  KEY_PAUSE_SECONDS,
+  KEY_WRITE,
+  KEY_WRITE_FILE,
+  KEY_APPEND,
+  KEY_APPEND_FILE,
+  KEY_PRINT,
+  KEY_PRINT_FILE
+};
+
+/* The places of the entries in the table, whose order the parser relies on. */
+enum {
+  SETTINGS_FILE,
+  VERBOSE,
+  BRIEF,
+  FULL,
+  WATCH_SWITCH,
+  WATCH_PATHS,
+  TIMES,
+  TIMES_COUNT,
+  PAUSE,
+  PAUSE_SECONDS,
+  WRITE,
+  WRITE_FILE,
+  APPEND,
+  APPEND_FILE,
+  PRINT,
+  PRINT_FILE,
+  ENTRIES
+};
+
+static CMDOPTION acmdo[ENTRIES] = {
+    [SETTINGS_FILE] = {.ulHelpKey = KEY_SETTINGS, .ulTypeCode = CMD_TYPE_STRING, .szArgumentName = "settings file"},
+    [VERBOSE] = {.fFlag = 1, .chSwitchId = 'v', .ulHelpKey = KEY_VERBOSE, .szArgumentName = "every class of errors"},
+    [BRIEF] = {.fFlag = 1,
+               .chSwitchId = 'b',
+               .ulExclusiveGroup = GROUP_REPORT,
+               .ulHelpKey = KEY_BRIEF,
+               .szArgumentName = "brief report"},
+    [FULL] = {.fFlag = 1,
+              .chSwitchId = 'f',
+              .ulExclusiveGroup = GROUP_REPORT,
+              .ulHelpKey = KEY_FULL,
+              .szArgumentName = "full report"},
+    [WATCH_SWITCH] = {.fFlag = 1, .chSwitchId = 'w', .ulHelpKey = KEY_WATCH, .szArgumentName = "watch further paths"},
+    [WATCH_PATHS] = {.fMandatory = 1,
+                     .chSwitchId = 'w',
+                     .ulHelpKey = KEY_WATCH_PATHS,
+                     .ulTypeCode = CMD_TYPE_STRINGARRAY,
+                     .szArgumentName = "paths"},
+    [TIMES] = {.fFlag = 1, .chSwitchId = 'n', .ulHelpKey = KEY_TIMES, .szArgumentName = "repeat"},
+    [TIMES_COUNT] = {.fMandatory = 1,
+                     .chSwitchId = 'n',
+                     .ulHelpKey = KEY_TIMES_COUNT,
+                     .ulTypeCode = CMD_TYPE_ULONG,
+                     .szConversion = "%lu",
+                     .szArgumentName = "snapshots",
+                     .szDefaultValue = "1"},
+    [PAUSE] = {.fFlag = 1, .chSwitchId = 'i', .ulHelpKey = KEY_PAUSE, .szArgumentName = "interval between repeats"},
+    [PAUSE_SECONDS] = {.fMandatory = 1,
+                       .chSwitchId = 'i',
+                       .ulHelpKey = KEY_PAUSE_SECONDS,
+                       .ulTypeCode = CMD_TYPE_ULONG,
+                       .szConversion = "%lu",
+                       .szArgumentName = "seconds",
+                       .szDefaultValue = "1"},
+    [WRITE] = {.fFlag = 1, .chSwitchId = 's', .ulHelpKey = KEY_WRITE, .szArgumentName = "write the settings"},
+    [WRITE_FILE] = {.fMandatory = 1,
+                    .chSwitchId = 's',
+                    .ulHelpKey = KEY_WRITE_FILE,
+                    .ulTypeCode = CMD_TYPE_STRING,
+                    .szArgumentName = "file"},
+    [APPEND] = {.fFlag = 1,
+                .chSwitchId = 'r',
+                .ulExclusiveGroup = GROUP_RECORDS,
+                .ulHelpKey = KEY_APPEND,
+                .szArgumentName = "record the snapshots"},
+    [APPEND_FILE] = {.chSwitchId = 'r',
+                     .ulExclusiveGroup = GROUP_RECORDS,
+                     .ulHelpKey = KEY_APPEND_FILE,
+                     .ulTypeCode = CMD_TYPE_STRING,
+                     .szArgumentName = "record file",
+                     .szDefaultValue = "hostlog.rec"},
+    [PRINT] = {.fFlag = 1,
+               .chSwitchId = 'p',
+               .ulExclusiveGroup = GROUP_RECORDS,
+               .ulHelpKey = KEY_PRINT,
+               .szArgumentName = "print recorded snapshots"},
+    [PRINT_FILE] = {.chSwitchId = 'p',
+                    .ulExclusiveGroup = GROUP_RECORDS,
+                    .ulHelpKey = KEY_PRINT_FILE,
+                    .ulTypeCode = CMD_TYPE_STRING,
+                    .szArgumentName = "record file",
+                    .szDefaultValue = "hostlog.rec"},
+};
+
+static const CMDHELP acmdhelp[] = {
+    {KEY_PROGRAM,
+     "hostlog looks at the machine it runs on: loads, memory, and the paths that it is told to watch.\n"
+     "Readings beyond their limits become error lines on standard output and in hostlog.YYYYMMDD.log in\n"
+     "the current directory. Exit status 1 for whatever could not be done.\n"},
+    {KEY_SETTINGS,
+     "\nArg1: an INI file with the settings. Without it, hostlog.ini in the current directory, or else\n"
+     "the one beside the program.\n"},
+    {KEY_VERBOSE, "\n-v: errors of every class are shown, whatever the settings say.\n"},
+    {KEY_BRIEF, "\n-b: a line for each snapshot.\n"},
+    {KEY_FULL, "\n-f: the report goes on with the subdirectories of the watched directories.\n"},
+    {KEY_WATCH,
+     "\n-w PATH...: paths to watch, in addition to those of the settings. All that follows, up to the next\n"
+     "switch, is a path.\n"},
+    {KEY_WATCH_PATHS,
+     "\nw1: the paths. In a file name, * stands for any run of characters and ? for any one of them\n"
+     "(keep them from the shell, in quotes): the size of each match is shown. A directory that ends\n"
+     "with / has its subdirectories shown by -f.\n"},
+    {KEY_TIMES, "\n-n COUNT: more than one snapshot, or none.\n"},
+    {KEY_TIMES_COUNT, "\nn1: how many. 0 takes none, which goes with -s.\n"},
+    {KEY_PAUSE, "\n-i SECONDS: the time between two snapshots.\n"},
+    {KEY_PAUSE_SECONDS, "\ni1: the seconds. What a snapshot itself takes comes on top.\n"},
+    {KEY_WRITE, "\n-s FILE: the settings in force are written to an INI file: those read, with what -v and -w add.\n"},
+    {KEY_WRITE_FILE,
+     "\ns1: the file, which is replaced. Its name must be one word without punctuation but the dot,\n"
+     "since it becomes the header.\n"},
+    {KEY_APPEND, "\n-r [FILE]: each snapshot is appended to a record file, which is made when it is not there.\n"},
+    {KEY_APPEND_FILE, "\nr1: the record file; hostlog.rec without it.\n"},
+    {KEY_PRINT,
+     "\n-p [FILE]: instead of looking at this machine, prints the snapshots of a record file, which may be\n"
+     "that of any other machine. They come in the order of their time.\n"},
+    {KEY_PRINT_FILE, "\np1: the record file; hostlog.rec without it.\n"},
+    {0, NULL},
+};
+
+static void ShowTopic(ULONG ulKey) {
+  for (const CMDHELP *pcmdhelp = acmdhelp; pcmdhelp->ulKey != 0; pcmdhelp++)
+    if (pcmdhelp->ulKey == ulKey) fputs(pcmdhelp->pszText + strspn(pcmdhelp->pszText, "\n"), stdout);
+}
+
+static void ShowHelp(ULONG ulCode, const char *pszProgram) {
+  if (ulCode == CMD_SYNTAX)
+    CmdDisplaySyntax(stdout, acmdo, ENTRIES, pszProgram);
+  else if (ulCode == CMD_FULL_HELP)
+    CmdDisplayFullHelp(stdout, acmdhelp, isatty(STDIN_FILENO) && isatty(STDOUT_FILENO) ? PAGE_LINES : 0);
+  else
+    ShowTopic(ulCode);
+}
+
+static void ShowMistake(const char *pszMessage, const char *pszProgram) {
+  const int iLength = (int)strcspn(pszMessage, "\n"); /* some messages end with a line feed */
+  fprintf(stderr, "hostlog: %.*s\n", iLength, pszMessage);
+  CmdDisplaySyntax(stderr, acmdo, ENTRIES, pszProgram);
+}
+
+static const char *TextIfGiven(BOOL fGiven, int iEntry) { return fGiven ? acmdo[iEntry].value.pszValue : NULL; }
+
+static void TakeValues(COMMAND *pcmd) {
+  const char *pszSettings = acmdo[SETTINGS_FILE].value.pszValue;
+  pcmd->pszSettings = TextIfGiven(pszSettings[0] != '\0', SETTINGS_FILE);
+  pcmd->pszWriteTo = TextIfGiven(acmdo[WRITE].value.ulValue, WRITE_FILE);
+  pcmd->pszAppendTo = TextIfGiven(acmdo[APPEND].value.ulValue, APPEND_FILE);
+  pcmd->pszPrint = TextIfGiven(acmdo[PRINT].value.ulValue, PRINT_FILE);
+  pcmd->fVerbose = acmdo[VERBOSE].value.ulValue;
+  pcmd->report = acmdo[BRIEF].value.ulValue ? REPORT_BRIEF : acmdo[FULL].value.ulValue ? REPORT_FULL : REPORT_USUAL;
+  pcmd->ulTimes = acmdo[TIMES_COUNT].value.ulValue;
+  pcmd->ulPause = acmdo[PAUSE_SECONDS].value.ulValue;
+}
+
+BOOL CommandRead(COMMAND *pcmd, int argc, char **argv, int *piStatus) {
+  memset(pcmd, 0, sizeof *pcmd);
+  *piStatus = 1;
+  CMDRESULT *pcmdresult = CmdParseCmdLine(argc, argv, acmdo, ENTRIES);
+  if (!pcmdresult) return 0;
+  const ULONG ulCode = pcmdresult->ulCode;
+  const BOOL fMistake = pcmdresult->szMessage[0] != '\0' || ulCode == CMD_BAD_TABLE;
+  const BOOL fGoOn = !fMistake && (ulCode == CMD_PARSED || ulCode == CMD_NO_ARGUMENTS);
+  if (fMistake) ShowMistake(pcmdresult->szMessage, argv[0]);
+  MemFreeMem_(pcmdresult);
+
+  pcmd->apszWatch = acmdo[WATCH_PATHS].value.apszValue; /* also after a mistake it may be there to be freed */
+  if (fGoOn) TakeValues(pcmd);
+  if (fGoOn || fMistake) return fGoOn;
+  ShowHelp(ulCode, argv[0]);
+  *piStatus = 0;
+  return 0;
+}
+
+void CommandFree(COMMAND *pcmd) {
+  if (pcmd->apszWatch) MemFreeMem_(pcmd->apszWatch);
+  pcmd->apszWatch = NULL;
+}
