@@ -1,5 +1,6 @@
 // links.cpp: doubly linked lists.
-// Every change of a chain goes through Link and Unlink, which keep the two ends, the count and the positions true.
+// Every change of a chain goes through Join and Part, which keep its two ends true; Link and Unlink add the count, the
+// positions and the state of the node, which a sort leaves as they are until it is done.
 
 #include "zebbase/lst.h"
 

@@ -115,7 +115,6 @@ class TextBuffer {
   }
   const char *Data() const { return ach_; }
   std::size_t Length() const { return cb_; }
-  std::size_t Room() const { return N - 1 - cb_; }
   bool IsCut() const { return fCut_; }
 
  private:
