@@ -1,14 +1,18 @@
 // parse.cpp: reading a text line by line and token by token.
-// A context keeps the current line, without comments and terminated, in szLine; the read position pszCurrent never
-// leaves it. Once the input is exhausted szLine is empty, so that everything that works on the current line alone finds
-// nothing.
+// The input is read in large pieces, and the current line stays where it was read: its comments are removed and it is
+// terminated in place. The read position pszCurrent never leaves it. Once the input is exhausted the line is empty, so
+// that everything that works on the current line alone finds nothing.
 
 #include "parse.h"
 
 #include <fcntl.h>
 #include <unistd.h>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -22,24 +26,31 @@
 #include "zebbase/mem.h"
 #include "zebbase/tme.h"
 
-constexpr ULONG ulCopyStep = 16; // lines are copied in steps, the last of which may run over their end
+constexpr ULONG ulStep = 16; // characters are looked for in steps, the last of which may run over the end
+constexpr ULONG ulMostLine = PRS_LINE_SIZE - 1; // characters of a line, with its line feed
+
+using PFNFILTER = bool (*)(PARSECTX *);
 
 struct PARSECTX {
   FILE *pfileInput; // standard input, which the program may read as well; null for a file
-  char *pszCurrent;
+  char *pszLine;    // the current line, in achBuffer
+  ULONG ulLength;   // of it
+  const char *pszCurrent;
   BOOL fInComment; // a block comment is open
   BOOL fEndOfFile;
   ULONG ulLine;
   ULONG flParse;
+  PFNFILTER pfnFilter; // of the lines, by flParse
   char szFileName[128];
-  char szLine[PRS_LINE_SIZE + ulCopyStep];
-  ULONG ulLength;   // of szLine
-  bool afStop[256]; // what ends a word: white space, separators, the end of the line
-  int iFile;        // a file is read here, without stdio, in large pieces
-  ULONG ulNext;     // what of achBuffer has not been delivered: from here
-  ULONG ulEnd;      // to here
-  bool fHasZero;    // whether a zero byte is among it
-  char achBuffer[16384 + ulCopyStep];
+  BYTE abKind[256];     // what a character is to the word readers
+  int iFile;            // a file is read here, without stdio
+  char *pchNext;        // what of achBuffer has not been delivered: from here
+  char *pchEnd;         // to here
+  bool fCovered;        // the line's terminator stands on the first character of that,
+  char chCovered;       // which is this one
+  bool fHasZero;        // whether a zero byte has been read
+  const char *pchSlash; // the first '/' of achBuffer from some line on; null when it must be looked for
+  char achBuffer[16384 + ulStep];
 };
 
 namespace {
@@ -54,77 +65,118 @@ const char *Skip(const char *psz, Is is) {
   return psz;
 }
 
-bool IsStop(const PARSECTX *pprs, char ch) { return pprs->afStop[static_cast<unsigned char>(ch)]; }
+constexpr BYTE fWhite = 1; // the kinds of characters
+constexpr BYTE fStop = 2;  // ends a word
 
-const char *EndOfWord(const PARSECTX *pprs, const char *psz) {
-  while (!IsStop(pprs, *psz)) psz++;
+BYTE KindOf(const PARSECTX *pprs, char ch) { return pprs->abKind[static_cast<unsigned char>(ch)]; }
+
+const char *SkipWhite(const PARSECTX *pprs, const char *psz) {
+  while (KindOf(pprs, *psz) & fWhite) psz++;
   return psz;
 }
 
-void MoveTo(PARSECTX *pprs, const char *psz) { pprs->pszCurrent = pprs->szLine + (psz - pprs->szLine); }
+const char *EndOfWord(const PARSECTX *pprs, const char *psz) {
+  while (!(KindOf(pprs, *psz) & fStop)) psz++;
+  return psz;
+}
+
+constexpr bool IsNotWhite(char ch) { return ch != '\0' && !IsWhite(ch); }
 
 bool IsAtEnd(const PARSECTX *pprs) { return !pprs || pprs->fEndOfFile; }
 
 // --- Input ---
 
-bool FillBuffer(PARSECTX *pprs) {
+// The first ch from pch on, or pchEnd. Lines are short: a call of memchr takes twice as long for them. What achBuffer
+// has behind pchEnd is looked at, too.
+inline const char *Find(const char *pch, const char *pchEnd, char ch) {
+#ifdef __SSE2__
+  static_assert(ulStep == sizeof(__m128i));
+  const __m128i mSought = _mm_set1_epi8(ch);
+  for (; pch < pchEnd; pch += ulStep) {
+    const __m128i mFound = _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pch)), mSought);
+    const auto uFound = static_cast<unsigned>(_mm_movemask_epi8(mFound));
+    if (uFound != 0) return std::min(pch + std::countr_zero(uFound), pchEnd);
+  }
+  return pchEnd;
+#else
+  const void *pv = std::memchr(pch, ch, static_cast<std::size_t>(pchEnd - pch));
+  return pv ? static_cast<const char *>(pv) : pchEnd;
+#endif
+}
+
+const char *EndOfLine(const PARSECTX *pprs) { return pprs->pszLine + pprs->ulLength; }
+
+// What most lines do without is no part of the way that every line takes: it is kept out of line.
+
+// Reads on behind what has not been delivered, which moves to the front. Result: whether there was more.
+[[gnu::noinline]] bool FillBuffer(PARSECTX *pprs) {
+  const auto cbRest = static_cast<std::size_t>(pprs->pchEnd - pprs->pchNext);
+  char *pch = pprs->achBuffer + cbRest;
+  std::memmove(pprs->achBuffer, pprs->pchNext, cbRest);
   ssize_t cb;
-  do cb = read(pprs->iFile, pprs->achBuffer, sizeof pprs->achBuffer - ulCopyStep);
+  do cb = read(pprs->iFile, pch, sizeof pprs->achBuffer - ulStep - cbRest);
   while (cb < 0 && errno == EINTR);
-  pprs->ulNext = 0;
-  pprs->ulEnd = cb > 0 ? static_cast<ULONG>(cb) : 0;
-  pprs->fHasZero |= std::memchr(pprs->achBuffer, '\0', pprs->ulEnd) != nullptr;
+  cb = std::max<ssize_t>(cb, 0);
+  pprs->pchNext = pprs->achBuffer;
+  pprs->pchEnd = pch + cb;
+  pprs->pchSlash = nullptr;
+  pprs->fHasZero |= std::memchr(pch, '\0', static_cast<std::size_t>(cb)) != nullptr;
   return cb > 0;
 }
 
-void CopyInSteps(char *pchDest, const char *pchSource, ULONG ul) {
-  for (ULONG ulDone = 0; ulDone < ul; ulDone += ulCopyStep)
-    std::memcpy(pchDest + ulDone, pchSource + ulDone, ulCopyStep);
+// Puts back the character that a terminator took the place of. A search for slashes has not seen it.
+void Uncover(PARSECTX *pprs) {
+  *pprs->pchNext = pprs->chCovered;
+  if (pprs->chCovered == '/') pprs->pchSlash = pprs->pchNext;
 }
 
-// Reads into szLine up to and including the next line feed, as fgets does. Result: the number of characters.
+// Finds the end of the line that begins at pchNext, behind its line feed, as fgets does. Result: its length.
 ULONG ReadFromFile(PARSECTX *pprs) {
-  constexpr ULONG ulMost = PRS_LINE_SIZE - 1;
-  ULONG ulLength = 0;
-  while (ulLength < ulMost && (pprs->ulNext < pprs->ulEnd || FillBuffer(pprs))) {
-    const char *pch = pprs->achBuffer + pprs->ulNext;
-    ULONG ul = std::min(pprs->ulEnd - pprs->ulNext, ulMost - ulLength);
-    const void *pvLineFeed = std::memchr(pch, '\n', ul);
-    if (pvLineFeed) ul = static_cast<ULONG>(static_cast<const char *>(pvLineFeed) - pch) + 1;
-    CopyInSteps(pprs->szLine + ulLength, pch, ul);
-    pprs->ulNext += ul;
-    ulLength += ul;
-    if (pvLineFeed) break;
+  if (pprs->fCovered) Uncover(pprs);
+  for (;;) {
+    const ULONG ulMost = std::min<ULONG>(pprs->pchEnd - pprs->pchNext, ulMostLine);
+    const ULONG ulLength = Find(pprs->pchNext, pprs->pchNext + ulMost, '\n') - pprs->pchNext;
+    if (ulLength < ulMost) return ulLength + 1;
+    if (ulMost == ulMostLine || !FillBuffer(pprs)) return ulMost;
   }
-  return ulLength;
 }
 
-ULONG ReadFromStream(PARSECTX *pprs) {
+[[gnu::noinline]] ULONG ReadFromStream(PARSECTX *pprs) {
   pprs->fHasZero = true; // perhaps: fgets does not say how much it read
-  return std::fgets(pprs->szLine, PRS_LINE_SIZE, pprs->pfileInput) ? std::max<ULONG>(std::strlen(pprs->szLine), 1) : 0;
+  pprs->pchSlash = nullptr;
+  pprs->pchNext = pprs->achBuffer;
+  const char *psz = std::fgets(pprs->achBuffer, PRS_LINE_SIZE, pprs->pfileInput);
+  pprs->pchEnd = pprs->achBuffer + (psz ? std::max<ULONG>(std::strlen(psz), 1) : 0);
+  return pprs->pchEnd - pprs->pchNext;
 }
 
 constexpr bool IsLineEnd(char ch) { return ch == '\n' || ch == '\r'; }
 
-// Makes a line of ulLength characters the current one. Its text ends at a zero byte; the line end is cut off, but never
+// Makes the next ulLength characters the current line. Its text ends at a zero byte; the line end is cut off, but never
 // the first character.
-void SetLine(PARSECTX *pprs, ULONG ulLength) {
-  if (pprs->fHasZero) ulLength = strnlen(pprs->szLine, ulLength);
-  while (ulLength > 1 && IsLineEnd(pprs->szLine[ulLength - 1])) ulLength--;
-  pprs->szLine[ulLength] = '\0';
+void TakeLine(PARSECTX *pprs, ULONG ulLength) {
+  char *pszLine = pprs->pchNext;
+  pprs->pszLine = pszLine;
+  pprs->pchNext = pszLine + ulLength;
+  if (pprs->fHasZero) ulLength = strnlen(pszLine, ulLength);
+  while (ulLength > 1 && IsLineEnd(pszLine[ulLength - 1])) ulLength--;
   pprs->ulLength = ulLength;
+  pprs->fCovered = pszLine + ulLength == pprs->pchNext;
+  pprs->chCovered = pszLine[ulLength];
+  pszLine[ulLength] = '\0';
 }
 
 bool ReadLine(PARSECTX *pprs) {
   const ULONG ulLength = pprs->pfileInput ? ReadFromStream(pprs) : ReadFromFile(pprs);
-  if (ulLength > 0) SetLine(pprs, ulLength);
+  TakeLine(pprs, ulLength);
   return ulLength > 0;
 }
 
 bool Rewind(PARSECTX *pprs) {
   if (pprs->pfileInput) return fseeko(pprs->pfileInput, 0, SEEK_SET) == 0;
   if (lseek(pprs->iFile, 0, SEEK_SET) != 0) return false;
-  pprs->ulNext = pprs->ulEnd = 0;
+  pprs->pchNext = pprs->pchEnd = pprs->achBuffer;
+  pprs->fCovered = false;
   return true;
 }
 
@@ -137,119 +189,142 @@ void CloseInput(PARSECTX *pprs) {
 
 // --- Comments and line markers ---
 
-// The text from a pair of characters on; empty when the pair does not occur.
-std::string_view FromPair(std::string_view sv, char ch1, char ch2) {
-  while (const void *pv = std::memchr(sv.data(), ch1, sv.size())) {
-    sv.remove_prefix(static_cast<std::size_t>(static_cast<const char *>(pv) - sv.data()));
-    if (sv.size() > 1 && sv[1] == ch2) return sv;
-    sv.remove_prefix(1);
-  }
-  return {};
+// Where a pair of characters begins, or the end.
+const char *FindPair(const char *pch, const char *pchEnd, char ch1, char ch2) {
+  while ((pch = Find(pch, pchEnd, ch1)) != pchEnd && pch[1] != ch2) pch++; // behind the last is the terminator
+  return pch;
 }
 
-// Removes the comments of one line, collecting what lies outside of them.
+// Removes the comments of one line, collecting what lies outside of them at its beginning.
 class CCommentFilter {
  public:
-  explicit CCommentFilter(PARSECTX *pprs) : pprs_(pprs), sv_(pprs->szLine, pprs->ulLength) {}
+  explicit CCommentFilter(PARSECTX *pprs)
+      : pprs_(pprs), pch_(pprs->pszLine), pchEnd_(EndOfLine(pprs)), pchResult_(pprs->pszLine) {}
 
   bool Run() { // result: whether the line is kept
-    while (!sv_.empty()) {
+    while (pch_ != pchEnd_) {
       if (pprs_->fInComment)
         LeaveComment();
       else
         TakeText();
     }
-    std::memcpy(pprs_->szLine, szResult_.Text(), szResult_.Length() + 1);
-    pprs_->ulLength = szResult_.Length();
+    *pchResult_ = '\0';
+    pprs_->ulLength = pchResult_ - pprs_->pszLine;
     return fKeep_;
   }
 
  private:
   void LeaveComment() {
-    sv_ = FromPair(sv_, '*', '/');
-    if (sv_.empty()) return;
-    sv_.remove_prefix(2);
+    pch_ = FindPair(pch_, pchEnd_, '*', '/');
+    if (pch_ == pchEnd_) return;
+    pch_ += 2;
     pprs_->fInComment = 0;
   }
 
   // A line comment is looked for before any block comment: it ends the line wherever it stands.
   void TakeText() {
-    if (const auto sv = FromPair(sv_, '/', '/'); !sv.empty()) {
-      Keep(sv);
-      sv_ = {};
+    const char *pchComment = FindPair(pch_, pchEnd_, '/', '/');
+    if (pchComment != pchEnd_) {
+      Keep(pchComment);
+      pch_ = pchEnd_;
       return;
     }
-    const auto sv = FromPair(sv_, '/', '*');
-    Keep(sv);
-    sv_ = sv;
-    if (sv_.empty()) return;
-    sv_.remove_prefix(2);
+    pchComment = FindPair(pch_, pchEnd_, '/', '*');
+    Keep(pchComment);
+    pch_ = pchComment;
+    if (pch_ == pchEnd_) return;
+    pch_ += 2;
     pprs_->fInComment = 1;
   }
 
-  void Keep(std::string_view svRest) { // what stands before the rest; with something there, the line is kept
-    const std::string_view sv(sv_.data(), sv_.size() - svRest.size());
-    fKeep_ |= !sv.empty();
-    szResult_.Put(sv);
+  void Keep(const char *pch) { // the text up to there; with something in it, the line is kept
+    const auto cb = static_cast<std::size_t>(pch - pch_);
+    fKeep_ |= cb > 0;
+    if (pchResult_ != pch_) std::memmove(pchResult_, pch_, cb);
+    pchResult_ += cb;
   }
 
   PARSECTX *pprs_;
-  std::string_view sv_; // what is left of the line
-  TextBuffer<PRS_LINE_SIZE> szResult_;
+  const char *pch_; // what is left of the line
+  const char *pchEnd_;
+  char *pchResult_; // the end of what is kept, never behind what is left
   bool fKeep_ = false;
 };
 
-bool KeepOutsideComments(PARSECTX *pprs) {
-  const char *psz = pprs->szLine;
+[[gnu::noinline]] bool FilterCComments(PARSECTX *pprs) { return CCommentFilter(pprs).Run(); }
+
+// The next '/', from the current line on. It is looked for in all of the buffer, so that a run of lines without
+// comments costs one search.
+[[gnu::noinline]] const char *FindSlash(PARSECTX *pprs) {
+  const void *pv = std::memchr(pprs->pszLine, '/', static_cast<std::size_t>(pprs->pchEnd - pprs->pszLine));
+  return pprs->pchSlash = pv ? static_cast<const char *>(pv) : pprs->pchEnd;
+}
+
+bool HasSlash(PARSECTX *pprs) {
+  const char *pchSlash = pprs->pchSlash;
+  if (!pchSlash || pchSlash < pprs->pszLine) pchSlash = FindSlash(pprs);
+  return pchSlash < EndOfLine(pprs);
+}
+
+// The filters of lines, one for each style. Result: whether the current line is kept.
+
+bool RemoveCComments(PARSECTX *pprs) {
+  const char *psz = pprs->pszLine;
   if (psz[0] == '\0' || (IsLineEnd(psz[0]) && psz[1] == '\0')) return false; // an empty input line
-  if (!pprs->fInComment && !std::memchr(psz, '/', pprs->ulLength)) return true;
-  return CCommentFilter(pprs).Run();
+  if (!pprs->fInComment && !HasSlash(pprs)) return true;
+  return FilterCComments(pprs);
 }
 
-bool IsRemark(const char *psz) { return CompareNoCase(Skip(psz, IsWhite), "rem", 3) == 0; }
+bool DropHashComment(PARSECTX *pprs) { return *SkipWhite(pprs, pprs->pszLine) != '#'; }
 
-// Whether the current line is kept, without its comments.
-bool RemoveComment(PARSECTX *pprs) {
-  switch (pprs->flParse & flStyle) {
-    case PRS_CCOMMENTS:
-      return KeepOutsideComments(pprs);
-    case PRS_HASHCOMMENTS:
-      return *Skip(pprs->szLine, IsWhite) != '#';
-    case PRS_REMCOMMENTS:
-      return !IsRemark(pprs->szLine);
-    default:
-      return true;
-  }
-}
-
-bool IsLineMarker(const PARSECTX *pprs) { return (pprs->flParse & PRS_PREPROCESSED) && pprs->szLine[0] == '#'; }
+bool DropRemark(PARSECTX *pprs) { return CompareNoCase(SkipWhite(pprs, pprs->pszLine), "rem", 3) != 0; }
 
 // Takes position and name from a line marker: # number "name". One that is not well formed changes nothing.
 void TakeLineMarker(PARSECTX *pprs) {
-  const char *psz = Skip(pprs->szLine + 1, IsWhite);
+  const char *psz = SkipWhite(pprs, pprs->pszLine + 1);
   if (!IsDigit(*psz)) return;
   const ULONG ulLine = ReadDigits(psz, std::numeric_limits<ULONG>::max());
-  psz = Skip(psz, IsWhite);
+  psz = SkipWhite(pprs, psz);
   const char *pszEnd = *psz == '"' ? std::strchr(psz + 1, '"') : nullptr;
   if (!pszEnd) return;
   pprs->ulLine = ulLine;
   Format(pprs->szFileName, "%.*s", static_cast<int>(pszEnd - psz - 1), psz + 1);
 }
 
+bool DropLineMarker(PARSECTX *pprs) {
+  if (pprs->pszLine[0] != '#') return true;
+  TakeLineMarker(pprs);
+  return false;
+}
+
+PFNFILTER FilterFor(ULONG flParse) { // null for none
+  if (flParse & PRS_PREPROCESSED) return DropLineMarker;
+  switch (flParse & flStyle) {
+    case PRS_CCOMMENTS:
+      return RemoveCComments;
+    case PRS_HASHCOMMENTS:
+      return DropHashComment;
+    case PRS_REMCOMMENTS:
+      return DropRemark;
+    default:
+      return nullptr;
+  }
+}
+
 // --- The current line ---
 
-// The next character that is not white space, on a further line if need be, or an empty text at the end of the input.
-const char *NextNonWhiteSpace(PARSECTX *pprs) {
-  const char *psz = Skip(pprs->pszCurrent, IsWhite);
-  for (bool fLine = true; fLine && *psz == '\0'; psz = pprs->pszCurrent) fLine = PrsNextLine(pprs);
-  return psz;
+// The next character that is not white space on a further line, or an empty text at the end of the input.
+[[gnu::noinline]] const char *NextNonWhiteSpace(PARSECTX *pprs) {
+  while (PrsNextLine(pprs) && *pprs->pszCurrent == '\0') continue;
+  return pprs->pszCurrent;
 }
 
 // What the readers begin with: the next item, or null at the end of the input. The white space before it is gone.
-const char *NextItem(PARSECTX *pprs) {
+inline const char *NextItem(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return nullptr;
-  const char *psz = NextNonWhiteSpace(pprs);
-  MoveTo(pprs, psz);
+  const char *psz = SkipWhite(pprs, pprs->pszCurrent);
+  if (*psz == '\0') psz = NextNonWhiteSpace(pprs);
+  pprs->pszCurrent = psz;
   return psz;
 }
 
@@ -298,13 +373,12 @@ bool TakeQuoted(PARSECTX *pprs, Sink &sink) {
   pprs->pszCurrent++;
   for (;;) {
     const char *psz = pprs->pszCurrent;
-    const char *pszEnd = std::strchr(psz, '"');
-    if (pszEnd) {
-      sink.Put({psz, pszEnd});
-      MoveTo(pprs, pszEnd + 1);
+    const char *pszEnd = Find(psz, EndOfLine(pprs), '"');
+    sink.Put({psz, pszEnd});
+    if (*pszEnd == '"') {
+      pprs->pszCurrent = pszEnd + 1;
       return true;
     }
-    sink.Put(psz);
     if (!PrsNextLine(pprs)) return false;
   }
 }
@@ -318,9 +392,7 @@ bool TakeQuotedTexts(PARSECTX *pprs, Sink &sink) {
 
 bool TakeRestOfLine(PARSECTX *pprs, Sink &sink) {
   const char *psz = pprs->pszCurrent;
-  const char *pszEnd = pprs->szLine + pprs->ulLength;
-  const void *pvReturn = std::memchr(psz, '\r', static_cast<std::size_t>(pszEnd - psz)); // may stand inside of a line
-  sink.Put({psz, pvReturn ? static_cast<const char *>(pvReturn) : pszEnd});
+  sink.Put({psz, Find(psz, EndOfLine(pprs), '\r')}); // which may stand inside of a line
   PrsNextLine(pprs);
   return sink.End();
 }
@@ -353,9 +425,9 @@ ELEMENT ReadElement(const char *&psz) {
 
 BOOL SkipPast(PARSECTX *pprs, char chStop) {
   const char *psz = pprs->pszCurrent;
-  while (*psz != '\0' && !IsSameChar(pprs, chStop, *psz)) psz = Skip(psz + 1, IsWhite);
+  while (*psz != '\0' && !IsSameChar(pprs, chStop, *psz)) psz = SkipWhite(pprs, psz + 1);
   const bool fFound = *psz != '\0';
-  MoveTo(pprs, psz + fFound);
+  pprs->pszCurrent = psz + fFound;
   return fFound;
 }
 
@@ -412,11 +484,12 @@ const char *PassElement(PARSECTX *pprs, const ELEMENT &elt, const char *psz) {
 
 // --- Start ---
 
-void SetSeparators(PARSECTX *pprs, const char *pszSeparators) {
-  const auto SetStop = [pprs](char ch) { pprs->afStop[static_cast<unsigned char>(ch)] = true; };
+void SetKinds(PARSECTX *pprs, const char *pszSeparators) {
+  BYTE *pb = pprs->abKind;
   for (const char *psz = pszSeparators; *psz; psz++)
-    if (!IsLetter(*psz) && !IsDigit(*psz)) SetStop(*psz);
-  for (const char ch : {' ', '\t', '\r', '\n', '\0'}) SetStop(ch);
+    if (!IsLetter(*psz) && !IsDigit(*psz)) pb[static_cast<unsigned char>(*psz)] = fStop;
+  for (const char ch : {' ', '\t', '\r', '\n'}) pb[static_cast<unsigned char>(ch)] = fStop | fWhite;
+  pb['\0'] = fStop;
 }
 
 // Opens the input: a file, or standard input for a null name. Result: a context without a line yet, or null.
@@ -430,7 +503,7 @@ PARSECTX *Open(const char *pszFile) {
   }
   pprs->iFile = iFile;
   pprs->pfileInput = pszFile ? nullptr : stdin;
-  pprs->pszCurrent = pprs->szLine;
+  pprs->pchNext = pprs->pchEnd = pprs->achBuffer;
   Format(pprs->szFileName, "%s", pszFile ? pszFile : "stdin");
   return pprs;
 }
@@ -440,7 +513,8 @@ PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSepar
   PARSECTX *pprs = Open(pszFile);
   if (!pprs) return nullptr;
   pprs->flParse = flParse;
-  SetSeparators(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
+  pprs->pfnFilter = FilterFor(flParse);
+  SetKinds(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
   if (PrsNextLine(pprs)) return pprs;
   PrsEndParse_(pprs);
   return nullptr;
@@ -456,23 +530,18 @@ BOOL PrsNextLine(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return 0;
   while (ReadLine(pprs)) {
     pprs->ulLine++;
-    if (!RemoveComment(pprs)) continue;
-    if (IsLineMarker(pprs)) {
-      TakeLineMarker(pprs);
-      continue;
-    }
-    MoveTo(pprs, Skip(pprs->szLine, IsWhite));
+    if (pprs->pfnFilter && !pprs->pfnFilter(pprs)) continue;
+    pprs->pszCurrent = SkipWhite(pprs, pprs->pszLine);
     return 1;
   }
-  SetLine(pprs, 0);
-  pprs->pszCurrent = pprs->szLine;
+  pprs->pszCurrent = pprs->pszLine;
   pprs->fEndOfFile = 1;
   return 0;
 }
 
 BOOL PrsGetLine(PARSECTX *pprs, char *pszBuffer) {
   if (IsAtEnd(pprs)) return 0;
-  std::memcpy(pszBuffer, pprs->szLine, pprs->ulLength + 1);
+  std::memcpy(pszBuffer, pprs->pszLine, pprs->ulLength + 1);
   PrsNextLine(pprs);
   return 1;
 }
@@ -491,7 +560,7 @@ BOOL PrsIsEndOfFile(PARSECTX *pprs) { return IsAtEnd(pprs); }
 
 BOOL PrsIsEndOfLine(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return 1;
-  MoveTo(pprs, Skip(pprs->pszCurrent, IsWhite));
+  pprs->pszCurrent = SkipWhite(pprs, pprs->pszCurrent);
   return *pprs->pszCurrent == '\0';
 }
 
@@ -502,17 +571,16 @@ const char *PrsQueryFileName(PARSECTX *pprs) { return pprs ? pprs->szFileName : 
 BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   const char *psz = NextItem(pprs);
   if (!psz) return 0;
-  while (!IsStop(pprs, *psz)) *pszWord++ = *psz++;
+  while (!(KindOf(pprs, *psz) & fStop)) *pszWord++ = *psz++;
   *pszWord = '\0';
-  MoveTo(pprs, psz);
+  pprs->pszCurrent = psz;
   return 1;
 }
 
 BOOL PrsNextWord(PARSECTX *pprs, const char *pszWord) {
-  const auto IsNotWhite = [](char ch) { return ch != '\0' && !IsWhite(ch); };
   const char *pszEnd = pszWord ? FindWord(pprs, pszWord) : NextItem(pprs);
   if (!pszEnd) return 0;
-  MoveTo(pprs, pszWord ? pszEnd : Skip(pszEnd, IsNotWhite));
+  pprs->pszCurrent = pszWord ? pszEnd : Skip(pszEnd, IsNotWhite);
   return 1;
 }
 
@@ -524,7 +592,7 @@ LONG PrsGetKeyword(PARSECTX *pprs, const char *const *apszKeywords, ULONG ulCoun
   const std::string_view svWord(psz, EndOfWord(pprs, psz));
   for (ULONG ul = 0; ul < ulCount; ul++) {
     if (!apszKeywords[ul] || !AreEqual(pprs, apszKeywords[ul], svWord)) continue;
-    MoveTo(pprs, psz + svWord.size());
+    pprs->pszCurrent = psz + svWord.size();
     return static_cast<LONG>(ul);
   }
   return -1;
@@ -550,7 +618,7 @@ BOOL IsSameChar(PARSECTX *pprs, char chExpected, char chText) {
 BOOL PrsGetNumber(PARSECTX *pprs, LONG *plValue) {
   const char *psz = NextNumber(pprs);
   if (!psz || !ScanLong(psz, *plValue)) return 0;
-  MoveTo(pprs, psz);
+  pprs->pszCurrent = psz;
   return 1;
 }
 
@@ -560,21 +628,21 @@ BOOL PrsGetHexNumber(PARSECTX *pprs, ULONG *pulValue) {
   const bool fPrefix = ToLower(psz[1]) == 'x';
   if (fPrefix && psz[0] != '0') return 0;
   if (!ScanHex(fPrefix ? psz + 2 : psz, *pulValue)) return 0;
-  MoveTo(pprs, Skip(psz, [](char ch) { return IsHexDigit(ch) || ToLower(ch) == 'x'; }));
+  pprs->pszCurrent = Skip(psz, [](char ch) { return IsHexDigit(ch) || ToLower(ch) == 'x'; });
   return 1;
 }
 
 BOOL PrsGetReal(PARSECTX *pprs, double *pdValue) {
   const char *psz = NextNumber(pprs);
   if (!psz || !ScanReal(psz, *pdValue)) return 0;
-  MoveTo(pprs, psz + std::strspn(psz, "0123456789eE+-."));
+  pprs->pszCurrent = psz + std::strspn(psz, "0123456789eE+-.");
   return 1;
 }
 
 BOOL PrsGetRealTime(PARSECTX *pprs, REALTIME *prtValue) {
-  const char *psz = pprs ? Skip(pprs->pszCurrent, IsWhite) : "";
+  const char *psz = pprs ? SkipWhite(pprs, pprs->pszCurrent) : "";
   *prtValue = TmeStringToRealTime(psz);
-  if (pprs) MoveTo(pprs, Skip(psz, [](char ch) { return ch != '\0' && !IsWhite(ch); }));
+  if (pprs) pprs->pszCurrent = Skip(psz, IsNotWhite);
   return 1;
 }
 
