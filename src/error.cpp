@@ -148,8 +148,8 @@ void PutErrorLine(const REPORT &report, FILE *pfConsole, bool fLog) {
   BuildErrorLine(line, szNow, report);
   TextBuffer<cbLine + 1> text; // the line with its line feed
   text.Put(line.Text()).Put('\n');
-  if (pfConsole) std::fwrite(text.Data(), 1, text.Length(), pfConsole);
-  if (fLog) AppendToDailyLog(report.pszTask, szNow, {text.Data(), text.Length()});
+  if (pfConsole) std::fwrite(text.View().data(), 1, text.Length(), pfConsole);
+  if (fLog) AppendToDailyLog(report.pszTask, szNow, {text.View()});
 }
 
 // A report whose channel has no function is not lost.

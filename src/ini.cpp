@@ -12,6 +12,7 @@
 #include "fields.h"
 #include "guard.h"
 #include "iniwrite.h"
+#include "memory.h"
 #include "parse.h"
 #include "text.h"
 #include "zebbase/lst.h"
@@ -23,31 +24,30 @@ static_assert(sizeof(EDSC) == 132 && offsetof(EDSC, alValue) == 68);
 static_assert(sizeof(INIENTRY) == 12 && sizeof(INIFILE) == 61208);
 
 namespace {
-constexpr char szUnit[] = "ini"; // the source name in allocations
+constexpr SOURCE source = "ini"; // in allocations
 
 using Name = TextBuffer<INI_MAX_TEXT + 1>;
 
 // --- The file ---
 
-bool IsWithinLimit(const char *psz) { return strnlen(psz, INI_MAX_TEXT + 1) <= INI_MAX_TEXT; }
-
-// Adds an entry to the table, or nothing. A title has no value.
-bool AddEntry(INIFILE *pini, const char *pszName, const char *pszValue) {
+// Adds an entry to the table, or nothing. A title has no value: a view without an address.
+bool AddEntry(INIFILE *pini, std::string_view svName, std::string_view svValue) {
+  const bool fTitle = !svValue.data();
   if (pini->ulEntries >= INI_MAX_ENTRIES) return false;
-  Tracked<char> name(MemAllocString_(pszName, __LINE__, szUnit));
+  Tracked<char> name(AllocateText(svName, __LINE__, source));
   if (!name) return false;
-  char *pszCopy = MemAllocString_(pszValue, __LINE__, szUnit);
-  if (pszValue && !pszCopy) return false;
-  pini->aentry[pini->ulEntries++] = {pszValue == nullptr, name.release(), pszCopy};
+  char *pszValue = fTitle ? nullptr : AllocateText(svValue, __LINE__, source);
+  if (!fTitle && !pszValue) return false;
+  pini->aentry[pini->ulEntries++] = {fTitle, name.release(), pszValue};
   return true;
 }
 
 // Takes a word and joins it to a name. Result: whether there was one that fits; it may be empty where that is allowed.
 bool JoinWord(PARSECTX *pprs, Name &name, bool fMayBeEmpty) {
-  char szWord[PRS_LINE_SIZE];
-  if (!PrsGetWord(pprs, szWord)) return false;
-  name.Put(szWord);
-  return !name.IsCut() && (fMayBeEmpty || szWord[0] != '\0');
+  const std::string_view svWord = TakeWord(pprs);
+  if (!svWord.data()) return false;
+  name.Put(svWord);
+  return !name.IsCut() && (fMayBeEmpty || !svWord.empty());
 }
 
 bool ReadTitle(PARSECTX *pprs, INIFILE *pini) { // its "[" has been taken
@@ -55,20 +55,20 @@ bool ReadTitle(PARSECTX *pprs, INIFILE *pini) { // its "[" has been taken
   if (!JoinWord(pprs, name, true)) return false;
   while (!PrsNextChar(pprs, ']'))
     if (!JoinWord(pprs, name, false)) return false;
-  return AddEntry(pini, name.Text(), nullptr);
+  return AddEntry(pini, name.View(), {});
 }
 
 bool ReadKey(PARSECTX *pprs, INIFILE *pini) { // one or two words, "=", and the value
   Name name;
-  char szValue[INI_MAX_TEXT + 1];
+  char achValue[INI_MAX_TEXT];
+  Sink value(achValue, sizeof achValue);
   if (!JoinWord(pprs, name, true)) return false;
   if (!PrsNextChar(pprs, '=') && !(JoinWord(pprs, name, true) && PrsNextChar(pprs, '='))) return false;
-  return GetSentence(pprs, szValue, sizeof szValue) && AddEntry(pini, name.Text(), szValue);
+  return TakeSentence(pprs, value) && AddEntry(pini, name.View(), value.View());
 }
 
 bool ReadHeader(PARSECTX *pprs) {
-  char szWord[PRS_LINE_SIZE];
-  return PrsNextChar(pprs, '[') && PrsGetWord(pprs, szWord) && IsWithinLimit(szWord) && PrsNextChar(pprs, ']');
+  return PrsNextChar(pprs, '[') && TakeWord(pprs).size() <= INI_MAX_TEXT && PrsNextChar(pprs, ']');
 }
 
 struct EndParse {
@@ -81,7 +81,7 @@ struct CloseIni {
 INIFILE *OpenForReading(const char *pszFile) {
   const std::unique_ptr<PARSECTX, EndParse> parse(PrsStartParse(pszFile, 0, INI_SEPARATORS));
   if (!parse || !ReadHeader(parse.get())) return nullptr;
-  std::unique_ptr<INIFILE, CloseIni> ini(static_cast<INIFILE *>(MemAllocMem_(sizeof(INIFILE), __LINE__, szUnit)));
+  std::unique_ptr<INIFILE, CloseIni> ini(static_cast<INIFILE *>(AllocateMem(sizeof(INIFILE), __LINE__, source)));
   if (!ini || !ParseFile(parse.get(), ini.get())) return nullptr;
   return ini.release();
 }
@@ -257,7 +257,7 @@ class Reader {
   const char *FindValue(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
     Name name;
     if (!AddName(name, fdsc, ulNumber)) return nullptr;
-    const INIENTRY *pentry = keys_.Find({name.Data(), name.Length()}, ulStart);
+    const INIENTRY *pentry = keys_.Find(name.View(), ulStart);
     return pentry ? pentry->pszValue : nullptr;
   }
 
@@ -284,7 +284,7 @@ class Reader {
   }
 
   ULONG ReadSection(BYTE *pb, const FDSC &fdsc) { // the result is that of the last field
-    const INIENTRY *pentry = titles_.Find({path_.Data(), path_.Length()}, 0);
+    const INIENTRY *pentry = titles_.Find(path_.View(), 0);
     if (!pentry) return 1;
     const ULONG ulStart = static_cast<ULONG>(pentry - ini_.aentry) + 1;
     ULONG ulResult = 0;
@@ -306,7 +306,7 @@ class Reader {
   // A structure in a block of its own, or null when it is missing.
   Tracked<BYTE> ReadNewStruct(const FDSC &fdsc, ULONG ulNumber) {
     const SDSC &sdsc = *StructureOf(fdsc);
-    Tracked<BYTE> block(static_cast<BYTE *>(MemAllocMem_(sdsc.ulSize, __LINE__, szUnit)));
+    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(sdsc.ulSize, __LINE__, source)));
     if (block && ReadStruct(block.get(), fdsc, ulNumber) != 0) {
       ReleaseContents(sdsc, block.get());
       block.reset();
@@ -334,7 +334,7 @@ class Reader {
       const ULONG ulResult = ReadValues(abText, fdsc, ulStart, ulNumber);
       return Tracked<BYTE>(ulResult == 0 ? Load<BYTE *>(abText) : nullptr);
     }
-    Tracked<BYTE> block(static_cast<BYTE *>(MemAllocMem_(Extent(fdsc), __LINE__, szUnit)));
+    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(Extent(fdsc), __LINE__, source)));
     if (block && ReadValues(block.get(), fdsc, ulStart, ulNumber) != 0) block.reset();
     return block;
   }

@@ -10,14 +10,14 @@
 #include <memory>
 #include <utility>
 
+#include "memory.h"
 #include "zebbase/base.h"
-#include "zebbase/mem.h"
 
 static_assert(sizeof(LIST) == 20 && offsetof(LIST, mtxsem) == 16);
 static_assert(sizeof(LISTITEM) == 24 && offsetof(LISTITEM, ulIndex) == 20);
 
 namespace {
-constexpr char szUnit[] = "links"; // the source name in allocations
+constexpr SOURCE source = "links"; // in allocations
 
 void Renumber(LIST *plst) {
   if (!plst->fIndexed) return;
@@ -212,7 +212,7 @@ bool IsSorted(const LIST *plst, PFNLSTCOMPARE pfnCompare) {
 } // namespace
 
 LIST *LstNewList(ULONG flOptions) {
-  auto *plst = static_cast<LIST *>(MemAllocMem_(sizeof(LIST), __LINE__, szUnit));
+  auto *plst = static_cast<LIST *>(AllocateMem(sizeof(LIST), __LINE__, source));
   if (!plst) return nullptr;
   plst->fIndexed = (flOptions & LST_INDEXED) != 0;
   SemCreateMutex(&plst->mtxsem, 0, 0, 0);
@@ -229,7 +229,7 @@ BOOL LstFreeList_(LIST *plst) {
 }
 
 LISTITEM *LstNew(void *pvData) {
-  auto *pli = static_cast<LISTITEM *>(MemAllocMem_(sizeof(LISTITEM), __LINE__, szUnit));
+  auto *pli = static_cast<LISTITEM *>(AllocateMem(sizeof(LISTITEM), __LINE__, source));
   if (pli) pli->pvData = pvData; // the allocator has cleared the rest
   return pli;
 }

@@ -6,7 +6,7 @@
 // The chain pmbFirst..pmbLast holds exactly the live blocks, oldest first; the two counters are its length and the sum
 // of its ulSize words. A header is believed only after Check.
 
-#include "zebbase/mem.h"
+#include "memory.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -148,13 +148,19 @@ void Unlink(MEMBLOCK *pmb) {
 
 // Keeps the first characters of a file's base name, with zeros behind a shorter one. One pass over a name that is
 // nearly always short costs less than the library calls for it.
-template <std::size_t N>
-void StoreFile(char (&achFile)[N], const char *psz) {
-  const char *pszName = psz;
-  for (; *psz; psz++)
-    if (*psz == '/') pszName = psz + 1;
-  for (char &ch : achFile) ch = pszName < psz ? *pszName++ : '\0';
+void StoreSource(MEMBLOCK *pmb, const char *psz) {
+  constexpr ULONG ulMost = sizeof pmb->achFile;
+  ULONG ul = 0;
+  for (; psz && *psz; psz++) {
+    if (*psz == '/')
+      ul = 0;
+    else if (ul < ulMost)
+      pmb->achFile[ul++] = *psz;
+  }
+  while (ul < ulMost) pmb->achFile[ul++] = '\0';
 }
+
+void StoreSource(MEMBLOCK *pmb, const SOURCE &source) { std::memcpy(pmb->achFile, source.ach, sizeof source.ach); }
 
 // Clears a block that is about to be freed. The barrier keeps the compiler from dropping the stores as dead.
 void ClearForGood(MEMBLOCK *pmb) {
@@ -163,14 +169,15 @@ void ClearForGood(MEMBLOCK *pmb) {
 }
 
 // A new block in the chain, its data not yet cleared, or null without memory.
-[[gnu::always_inline]] inline MEMBLOCK *NewBlock(ULONG ulTotal, ULONG ulLine, const char *pszFile) {
+template <typename Source>
+[[gnu::always_inline]] inline MEMBLOCK *NewBlock(ULONG ulTotal, ULONG ulLine, const Source &source) {
   const MemoryLock lock;
   if (IsBeyondLimits(ulTotal)) ReportLimits(ulTotal);
   auto *pmb = static_cast<MEMBLOCK *>(std::malloc(ulTotal));
   if (!pmb) return nullptr;
   pmb->ulSize = ulTotal;
   pmb->usLine = static_cast<USHORT>(ulLine);
-  StoreFile(pmb->achFile, pszFile ? pszFile : "");
+  StoreSource(pmb, source);
   pmb->ulGuard = MEM_GUARD;
   *TrailingGuardOf(pmb) = MEM_TRAILING_GUARD;
   Append(pmb);
@@ -178,12 +185,30 @@ void ClearForGood(MEMBLOCK *pmb) {
 }
 
 // The data of a new block, or null.
-[[gnu::always_inline]] inline BYTE *Allocate(ULONG ulBytes, ULONG ulLine, const char *pszFile) {
+template <typename Source>
+[[gnu::always_inline]] inline BYTE *Allocate(ULONG ulBytes, ULONG ulLine, const Source &source) {
   const ULONG ulTotal = ulBytes + MEM_OVERHEAD; // wraps for a request that does not fit 32 bits
-  MEMBLOCK *pmb = ulTotal > ulBytes ? NewBlock(ulTotal, ulLine, pszFile) : nullptr;
+  MEMBLOCK *pmb = ulTotal > ulBytes ? NewBlock(ulTotal, ulLine, source) : nullptr;
   if (pmb) return DataOf(pmb);
   ErrNullError(szUnit, __LINE__, nullptr);
   return nullptr;
+}
+
+template <typename Source>
+[[gnu::always_inline]] inline void *AllocateClear(ULONG ulBytes, ULONG ulLine, const Source &source) {
+  BYTE *pb = Allocate(ulBytes, ulLine, source);
+  return pb ? std::memset(pb, 0, ulBytes)
+            : nullptr; // the data alone: of malloc and a clearing of all GCC makes a calloc
+}
+
+template <typename Source>
+[[gnu::always_inline]] inline char *AllocateCopy(std::string_view sv, ULONG ulLine, const Source &source) {
+  BYTE *pb = Allocate(sv.size() + 1, ulLine, source);
+  if (!pb) return nullptr;
+  auto *psz = reinterpret_cast<char *>(pb);
+  CopyText(psz, sv);
+  psz[sv.size()] = '\0';
+  return psz;
 }
 
 bool PointsInto(const char *psz, char *pszBlock) {
@@ -206,11 +231,9 @@ void PutDumpLine(Output &out, ULONG ulNumber, const MEMBLOCK *pmb) {
 }
 } // namespace
 
-void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) {
-  BYTE *pb = Allocate(ulBytes, ulLine, pszFile);
-  return pb ? std::memset(pb, 0, ulBytes)
-            : nullptr; // the data alone: of malloc and a clearing of all GCC makes a calloc
-}
+void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) { return AllocateClear(ulBytes, ulLine, pszFile); }
+
+void *AllocateMem(ULONG ulBytes, ULONG ulLine, const SOURCE &source) { return AllocateClear(ulBytes, ulLine, source); }
 
 void MemFreeMem_(void *pv) {
   if (!pv) {
@@ -265,11 +288,10 @@ BOOL MemDumpMemory(FILE *pf) {
 }
 
 char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile) {
-  if (!psz) return nullptr;
-  const ULONG ulBytes = std::strlen(psz) + 1;
-  BYTE *pb = Allocate(ulBytes, ulLine, pszFile);
-  return pb ? static_cast<char *>(std::memcpy(pb, psz, ulBytes)) : nullptr;
+  return psz ? AllocateCopy(psz, ulLine, pszFile) : nullptr;
 }
+
+char *AllocateText(std::string_view sv, ULONG ulLine, const SOURCE &source) { return AllocateCopy(sv, ulLine, source); }
 
 char *MemFreeStringAlloc_(char **ppsz, const char *psz, ULONG ulLine, const char *pszFile) {
   char *pszOld = *ppsz;

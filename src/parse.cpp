@@ -334,6 +334,16 @@ const char *NextNumber(PARSECTX *pprs) {
   return psz ? SkipSpace(psz) : nullptr;
 }
 
+constexpr bool IsSame(ULONG flParse, char chExpected, char chText) {
+  if (chExpected == chText) return true;
+  return !(flParse & PRS_CASESENSITIVE) && IsLetter(chExpected) && ((chExpected ^ chText) & ~0x20) == 0;
+}
+
+inline bool IsNextChar(PARSECTX *pprs, char ch) {
+  const char *psz = NextItem(pprs);
+  return psz && *psz != '\0' && IsSame(pprs->flParse, ch, *psz);
+}
+
 bool AreEqual(const PARSECTX *pprs, std::string_view sv1, std::string_view sv2) {
   return pprs->flParse & PRS_CASESENSITIVE ? sv1 == sv2 : EqualNoCase(sv1, sv2);
 }
@@ -345,28 +355,6 @@ const char *FindWord(PARSECTX *pprs, const char *pszWord) {
   const char *pszEnd = EndOfWord(pprs, psz);
   return pszEnd != psz && AreEqual(pprs, pszWord, {psz, pszEnd}) ? pszEnd : nullptr;
 }
-
-// Where the text of a sentence goes.
-class Sink {
- public:
-  Sink(char *psz, ULONG ulSize) : psz_(psz), ulRoom_(ulSize - 1) {}
-  void Put(std::string_view sv) {
-    fCut_ |= sv.size() > ulRoom_;
-    if (fCut_) return;
-    std::memcpy(psz_, sv.data(), sv.size());
-    psz_ += sv.size();
-    ulRoom_ -= sv.size();
-  }
-  bool End() { // terminates the text; result: whether it is whole
-    *psz_ = '\0';
-    return !fCut_;
-  }
-
- private:
-  char *psz_;
-  ULONG ulRoom_;
-  bool fCut_ = false;
-};
 
 // Takes one quoted text, whose opening quote is at the read position. Result: whether it closes.
 bool TakeQuoted(PARSECTX *pprs, Sink &sink) {
@@ -387,14 +375,13 @@ bool TakeQuotedTexts(PARSECTX *pprs, Sink &sink) {
   bool fClosed = false;
   do fClosed = TakeQuoted(pprs, sink);
   while (fClosed && *NextItem(pprs) == '"');
-  return sink.End() && fClosed;
+  return fClosed;
 }
 
-bool TakeRestOfLine(PARSECTX *pprs, Sink &sink) {
+void TakeRestOfLine(PARSECTX *pprs, Sink &sink) {
   const char *psz = pprs->pszCurrent;
   sink.Put({psz, Find(psz, EndOfLine(pprs), '\r')}); // which may stand inside of a line
   PrsNextLine(pprs);
-  return sink.End();
 }
 
 // --- Patterns ---
@@ -577,6 +564,14 @@ BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   return 1;
 }
 
+std::string_view TakeWord(PARSECTX *pprs) {
+  const char *psz = NextItem(pprs);
+  if (!psz) return {};
+  const char *pszEnd = EndOfWord(pprs, psz);
+  pprs->pszCurrent = pszEnd;
+  return {psz, pszEnd};
+}
+
 BOOL PrsNextWord(PARSECTX *pprs, const char *pszWord) {
   const char *pszEnd = pszWord ? FindWord(pprs, pszWord) : NextItem(pprs);
   if (!pszEnd) return 0;
@@ -599,20 +594,15 @@ LONG PrsGetKeyword(PARSECTX *pprs, const char *const *apszKeywords, ULONG ulCoun
 }
 
 BOOL PrsNextChar(PARSECTX *pprs, char ch) {
-  if (!PrsQueryChar(pprs, ch)) return 0;
+  if (!IsNextChar(pprs, ch)) return 0;
   pprs->pszCurrent++;
   return 1;
 }
 
-BOOL PrsQueryChar(PARSECTX *pprs, char ch) {
-  const char *psz = NextItem(pprs);
-  return psz && *psz != '\0' && IsSameChar(pprs, ch, *psz);
-}
+BOOL PrsQueryChar(PARSECTX *pprs, char ch) { return IsNextChar(pprs, ch); }
 
 BOOL IsSameChar(PARSECTX *pprs, char chExpected, char chText) {
-  if (chExpected == chText) return 1;
-  if (!pprs || (pprs->flParse & PRS_CASESENSITIVE)) return 0;
-  return IsLetter(chExpected) && ((chExpected ^ chText) & ~0x20) == 0;
+  return IsSame(pprs ? pprs->flParse : PRS_CASESENSITIVE, chExpected, chText);
 }
 
 BOOL PrsGetNumber(PARSECTX *pprs, LONG *plValue) {
@@ -647,14 +637,19 @@ BOOL PrsGetRealTime(PARSECTX *pprs, REALTIME *prtValue) {
 }
 
 BOOL PrsGetSentence(PARSECTX *pprs, char *pszText) {
-  return GetSentence(pprs, pszText, std::numeric_limits<ULONG>::max());
+  if (IsAtEnd(pprs)) return 0;
+  Sink sink(pszText, std::numeric_limits<ULONG>::max());
+  const bool fTaken = TakeSentence(pprs, sink);
+  pszText[sink.View().size()] = '\0';
+  return fTaken;
 }
 
-BOOL GetSentence(PARSECTX *pprs, char *pszText, ULONG ulSize) {
+bool TakeSentence(PARSECTX *pprs, Sink &sink) {
   const char *psz = NextItem(pprs);
-  if (!psz) return 0;
-  Sink sink(pszText, ulSize);
-  return *psz == '"' ? TakeQuotedTexts(pprs, sink) : TakeRestOfLine(pprs, sink);
+  if (!psz) return false;
+  if (*psz == '"') return TakeQuotedTexts(pprs, sink) && !sink.IsCut();
+  TakeRestOfLine(pprs, sink);
+  return !sink.IsCut();
 }
 
 BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {

@@ -34,6 +34,22 @@ inline int CompareNoCase(const char *psz1, const char *psz2, std::size_t cb) {
   return 0;
 }
 
+// Copies few characters: a call of memcpy would take longer than the copying.
+inline void CopyFew(char *pch, std::string_view sv) {
+  const char *pchSource = sv.data();
+  std::size_t cb = sv.size();
+  for (; cb >= 4; cb -= 4, pch += 4, pchSource += 4) std::memcpy(pch, pchSource, 4);
+  for (; cb > 0; cb--) *pch++ = *pchSource++;
+}
+
+// Copies characters that are mostly few.
+inline void CopyText(char *pch, std::string_view sv) {
+  if (sv.size() > 32)
+    std::memcpy(pch, sv.data(), sv.size());
+  else
+    CopyFew(pch, sv);
+}
+
 // What follows the last '/'.
 inline const char *BaseName(const char *psz) {
   const char *pszSlash = std::strrchr(psz, '/');
@@ -95,11 +111,17 @@ class TextBuffer {
   TextBuffer &Put(std::string_view sv) {
     const std::size_t cb = std::min(sv.size(), N - 1 - cb_);
     fCut_ |= cb < sv.size();
-    std::memcpy(ach_ + cb_, sv.data(), cb);
+    CopyFew(ach_ + cb_, sv.substr(0, cb));
     cb_ += cb;
     return *this;
   }
-  TextBuffer &Put(char ch) { return Put(std::string_view(&ch, 1)); }
+  TextBuffer &Put(char ch) {
+    if (cb_ < N - 1)
+      ach_[cb_++] = ch;
+    else
+      fCut_ = true;
+    return *this;
+  }
   TextBuffer &PutPadded(std::string_view sv, std::size_t cbWidth) { // blanks first
     for (std::size_t cb = sv.size(); cb < cbWidth; cb++) Put(' ');
     return Put(sv);
@@ -113,7 +135,7 @@ class TextBuffer {
     ach_[cb_] = '\0';
     return ach_;
   }
-  const char *Data() const { return ach_; }
+  std::string_view View() const { return {ach_, cb_}; }
   std::size_t Length() const { return cb_; }
   bool IsCut() const { return fCut_; }
 
