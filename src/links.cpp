@@ -229,8 +229,8 @@ BOOL LstFreeList_(LIST *plst) {
 }
 
 LISTITEM *LstNew(void *pvData) {
-  auto *pli = static_cast<LISTITEM *>(AllocateMem(sizeof(LISTITEM), __LINE__, source));
-  if (pli) pli->pvData = pvData; // the allocator has cleared the rest
+  auto *pli = static_cast<LISTITEM *>(AllocateUncleared(sizeof(LISTITEM), __LINE__, source));
+  if (pli) *pli = {0, pvData, nullptr, nullptr, nullptr, 0};
   return pli;
 }
 
@@ -242,7 +242,11 @@ BOOL LstFree(LISTITEM *pli) {
 LISTITEM *LstInsert(LIST *plst, void *pvData, ULONG flFlags) {
   if (!plst) return nullptr;
   LISTITEM *pli = LstNew(pvData);
-  if (pli) LstInsertItem(plst, pli, flFlags);
+  if (!pli) return nullptr;
+  if (flFlags & LST_END)
+    Link(plst, pli, plst->pliLast, nullptr);
+  else
+    Link(plst, pli, nullptr, plst->pliFirst);
   return pli;
 }
 

@@ -162,9 +162,23 @@ void StoreSource(MEMBLOCK *pmb, const char *psz) {
 
 void StoreSource(MEMBLOCK *pmb, const SOURCE &source) { std::memcpy(pmb->achFile, source.ach, sizeof source.ach); }
 
-// Clears a block that is about to be freed. The barrier keeps the compiler from dropping the stores as dead.
+// Clears a block that is about to be freed. Most are small: for these, stores that overlap take half the time of a call.
+// The barrier keeps the compiler from dropping the stores as dead.
 void ClearForGood(MEMBLOCK *pmb) {
-  std::memset(pmb, 0, pmb->ulSize);
+  constexpr ULONG ulStep = 16;
+  static_assert(ulStep <= MEM_OVERHEAD);
+  BYTE *pb = reinterpret_cast<BYTE *>(pmb);
+  BYTE *pbEnd = pb + pmb->ulSize;
+  if (pmb->ulSize > 4 * ulStep) {
+    std::memset(pb, 0, pmb->ulSize);
+  } else {
+    if (pmb->ulSize > 2 * ulStep) {
+      std::memset(pb + ulStep, 0, ulStep);
+      std::memset(pbEnd - 2 * ulStep, 0, ulStep);
+    }
+    std::memset(pb, 0, ulStep);
+    std::memset(pbEnd - ulStep, 0, ulStep);
+  }
   asm volatile("" : : "r"(pmb) : "memory");
 }
 
@@ -194,11 +208,11 @@ template <typename Source>
   return nullptr;
 }
 
+// The data alone is cleared: of malloc and a clearing of all GCC makes a calloc, which is slower.
 template <typename Source>
 [[gnu::always_inline]] inline void *AllocateClear(ULONG ulBytes, ULONG ulLine, const Source &source) {
   BYTE *pb = Allocate(ulBytes, ulLine, source);
-  return pb ? std::memset(pb, 0, ulBytes)
-            : nullptr; // the data alone: of malloc and a clearing of all GCC makes a calloc
+  return pb ? std::memset(pb, 0, ulBytes) : nullptr;
 }
 
 template <typename Source>
@@ -234,6 +248,8 @@ void PutDumpLine(Output &out, ULONG ulNumber, const MEMBLOCK *pmb) {
 void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) { return AllocateClear(ulBytes, ulLine, pszFile); }
 
 void *AllocateMem(ULONG ulBytes, ULONG ulLine, const SOURCE &source) { return AllocateClear(ulBytes, ulLine, source); }
+
+void *AllocateUncleared(ULONG ulBytes, ULONG ulLine, const SOURCE &source) { return Allocate(ulBytes, ulLine, source); }
 
 void MemFreeMem_(void *pv) {
   if (!pv) {

@@ -19,6 +19,9 @@ struct SOURCE {
 // As MemAllocMem_.
 void *AllocateMem(ULONG ulBytes, ULONG ulLine, const SOURCE &source);
 
+// The same for data that is not clear yet: the caller sets all of it.
+void *AllocateUncleared(ULONG ulBytes, ULONG ulLine, const SOURCE &source);
+
 // As MemAllocString_, for a text of known length that need not be terminated.
 char *AllocateText(std::string_view sv, ULONG ulLine, const SOURCE &source);
 
