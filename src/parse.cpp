@@ -329,7 +329,7 @@ inline const char *NextItem(PARSECTX *pprs) {
 }
 
 // The same for a number, before which the runtime's scan also skips the white space that the parser does not know.
-const char *NextNumber(PARSECTX *pprs) {
+inline const char *NextNumber(PARSECTX *pprs) {
   const char *psz = NextItem(pprs);
   return psz ? SkipSpace(psz) : nullptr;
 }
@@ -558,7 +558,7 @@ const char *PrsQueryFileName(PARSECTX *pprs) { return pprs ? pprs->szFileName : 
 BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   const char *psz = NextItem(pprs);
   if (!psz) return 0;
-  while (!(KindOf(pprs, *psz) & fStop)) *pszWord++ = *psz++;
+  for (char ch; !(KindOf(pprs, ch = *psz) & fStop); psz++) *pszWord++ = ch;
   *pszWord = '\0';
   pprs->pszCurrent = psz;
   return 1;

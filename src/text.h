@@ -56,14 +56,19 @@ inline const char *BaseName(const char *psz) {
   return pszSlash ? pszSlash + 1 : psz;
 }
 
+// A digit run as a number that stops at ulLimit.
+[[gnu::noinline]] inline ULONG ReadManyDigits(const char *psz, ULONG ulLimit) {
+  std::uint64_t ull = 0;
+  for (; IsDigit(*psz); psz++) ull = std::min<std::uint64_t>(ull * 10 + static_cast<ULONG>(*psz - '0'), ulLimit);
+  return static_cast<ULONG>(ull);
+}
+
 // The digit run at psz as a number that stops at ulLimit, which has at least ten digits, and psz moved past it.
 inline ULONG ReadDigits(const char *&psz, ULONG ulLimit) {
-  const char *pszChecked = psz + 9; // shorter numbers are below every limit
+  const char *pszFirst = psz;
   ULONG ul = 0;
-  for (; IsDigit(*psz) && psz < pszChecked; psz++) ul = ul * 10 + static_cast<ULONG>(*psz - '0');
-  for (; IsDigit(*psz); psz++)
-    ul = static_cast<ULONG>(std::min<std::uint64_t>(ul * std::uint64_t{10} + static_cast<ULONG>(*psz - '0'), ulLimit));
-  return ul;
+  for (; IsDigit(*psz); psz++) ul = ul * 10 + static_cast<ULONG>(*psz - '0'); // up to nine digits are below the limit
+  return psz - pszFirst <= 9 ? ul : ReadManyDigits(pszFirst, ulLimit);
 }
 
 // Formats into a buffer, which is terminated either way. Result: whether all of it fitted.
