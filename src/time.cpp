@@ -51,20 +51,18 @@ Int JulianDay(Int year, Int month, Int day) {
   return julian;
 }
 
-// The date of a day counted from 1970-01-01. Years are taken to begin on 1 March, so that the leap day ends them; the
-// Gregorian cycle of 400 years has 146097 days.
+// The date of a day counted from 1970-01-01, up to the last one of a REALTIME, in 2106. Years are taken to begin on 1
+// March, so that the leap day ends them; every fourth has one, with one exception that is given a day, too.
 inline DATE CalendarDate(ULONG ulDays) {
-  constexpr ULONG ulDaysToEpoch = 719468; // from 1 March of year 0
-  constexpr ULONG ulDaysPerEra = 146097;
-  const ULONG ulDay = ulDays + ulDaysToEpoch;
-  const ULONG ulEra = ulDay / ulDaysPerEra;
-  const ULONG ulDayOfEra = ulDay % ulDaysPerEra;
-  const ULONG ulYearOfEra = (ulDayOfEra - ulDayOfEra / 1460 + ulDayOfEra / 36524 - ulDayOfEra / 146096) / 365;
-  const ULONG ulDayOfYear = ulDayOfEra - (365 * ulYearOfEra + ulYearOfEra / 4 - ulYearOfEra / 100);
-  const ULONG ulMonth = (5 * ulDayOfYear + 2) / 153; // 0 is March
-  const ULONG ulJanuary = ulMonth >= 10;             // January and February belong to the next year
-  return {ulEra * 400 + ulYearOfEra + ulJanuary, ulMonth + 3 - 12 * ulJanuary,
-          ulDayOfYear - (153 * ulMonth + 2) / 5 + 1};
+  constexpr ULONG ulDaysToEpoch = 671;                                                     // from 1 March 1968
+  constexpr ULONG ulAfterFebruary = 47541;                                                 // 1 March 2100
+  const ULONG ulQuarters = 4 * (ulDays + ulDaysToEpoch + (ulDays >= ulAfterFebruary)) + 3; // of days
+  const ULONG ulYear = ulQuarters / 1461;
+  const ULONG ulDayOfYear = ulQuarters % 1461 / 4;
+  const ULONG ulScaled = 2141 * ulDayOfYear + 197913; // a month has 2^16 / 2141 days, nearly; March begins at 3
+  const ULONG ulMonth = ulScaled >> 16;
+  const ULONG ulJanuary = ulMonth > 12; // January and February belong to the next year
+  return {1968 + ulYear + ulJanuary, ulMonth - 12 * ulJanuary, (ulScaled & 0xFFFF) / 2141 + 1};
 }
 
 // A double argument arrives as two words pushed one by one; one load of both would have to wait for the two stores.
@@ -85,11 +83,10 @@ struct SPLITTIME {
     double d = rt > 0 ? rt : 0; // also for what is not a number
     if (d + dHalfStep >= dEndOfTime) d = dLastTime;
     d += dHalfStep;
-    const bool fUpperHalf = d >= dHalfRange; // of the seconds: the processor converts signed numbers only
-    if (fUpperHalf) d -= dHalfRange;
-    const auto lSeconds = static_cast<LONG>(d);
-    ulSeconds = static_cast<ULONG>(lSeconds) + (fUpperHalf ? 0x80000000UL : 0);
-    dRest = d - lSeconds;
+    const double dUpper = d >= dHalfRange ? dHalfRange : 0.0; // the processor converts signed numbers only
+    const auto lSeconds = static_cast<LONG>(d - dUpper);
+    ulSeconds = static_cast<ULONG>(lSeconds) + (static_cast<ULONG>(d >= dHalfRange) << 31);
+    dRest = d - dUpper - lSeconds;
   }
   ULONG Day() const { return ulSeconds / ulSecondsPerDay; }
   ULONG SecondOfDay() const { return ulSeconds % ulSecondsPerDay; }
