@@ -57,7 +57,7 @@ Kind KindOf(const CMDOPTION &cmdo) {
   return cmdo.chSwitchId ? Kind::SwitchArgument : Kind::Positional;
 }
 
-bool IsSwitch(const CMDOPTION &cmdo) { return KindOf(cmdo) == Kind::Switch; }
+bool IsSwitch(const CMDOPTION &cmdo) { return cmdo.fFlag && cmdo.chSwitchId; }
 
 // Whether the entry behind ulEntry is in the same exclusive group.
 bool GroupGoesOn(ConstTable acmdo, ULONG ulEntry) {
@@ -106,7 +106,7 @@ bool IsContained(const char *psz) {
 
 // The program chooses the conversion, and four characters of it can store a long text, or have two targets ("%d%s"). So
 // it stores into two targets with room for every text that it is shown, be it of wide characters.
-bool ScanAnything(const char *pszText, const char *pszConversion, void *pvValue) {
+[[gnu::noinline]] bool ScanAnything(const char *pszText, const char *pszConversion, void *pvValue) {
   if (!IsContained(pszConversion)) return false;
   TextBuffer<FIL_MAX_PATH> text;
   if (std::strpbrk(pszConversion, "scSC[")) pszText = text.Put(pszText).Text();
@@ -122,19 +122,11 @@ bool ScanAnything(const char *pszText, const char *pszConversion, void *pvValue)
 
 // Stores as much of a value as the entry's type has.
 void Store(CMDOPTION &cmdo, const CMDVALUE &value) {
-  switch (TypeOf(cmdo).cb) {
-    case sizeof(char):
-      cmdo.value.chValue = value.chValue;
-      break;
-    case sizeof(SHORT):
-      cmdo.value.sValue = value.sValue;
-      break;
-    case sizeof(LONG):
-      cmdo.value.lValue = value.lValue;
-      break;
-    default:
-      cmdo.value = value;
-  }
+  const std::size_t cb = TypeOf(cmdo).cb;
+  if (cb == sizeof(LONG)) // of most types
+    cmdo.value.lValue = value.lValue;
+  else
+    std::memcpy(&cmdo.value, &value, cb);
 }
 
 // Converts a text into an entry's value as sscanf would.
@@ -230,6 +222,11 @@ class Parse {
     return false;
   }
 
+  bool FailUnknown(char chSwitch) {
+    const char szSwitch[] = {chSwitch, '\n', '\0'};
+    return Fail(CMD_SYNTAX, "Unknown switch: -", szSwitch);
+  }
+
   ULONG HelpCode() const {
     if (apszArg_.size() == 1) return CMD_SYNTAX;
     const char *pszTopic = apszArg_[1];
@@ -309,7 +306,17 @@ class Parse {
     }
   }
 
+  // Notes the first switch of each character among the entries behind the prefix.
+  void IndexSwitches() {
+    std::memset(aulSwitch_, 0, sizeof aulSwitch_);
+    for (ULONG ulNumber = acmdo_.size(); ulNumber > ulEntry_; ulNumber--) {
+      const CMDOPTION &cmdo = acmdo_[ulNumber - 1];
+      if (IsSwitch(cmdo)) aulSwitch_[static_cast<unsigned char>(cmdo.chSwitchId)] = ulNumber;
+    }
+  }
+
   bool TakeFreePart() {
+    IndexSwitches();
     while (!AtEnd())
       if (!(AtSwitch() ? TakeSwitch() : TakePositional())) return false;
     return true;
@@ -323,16 +330,14 @@ class Parse {
 
   bool TakeSwitch() {
     const char *pszArgument = Argument();
-    const char szSwitch[] = {pszArgument[1], '\n', '\0'};
-    ULONG ul = ulEntry_;
-    while (ul < acmdo_.size() && !(acmdo_[ul].chSwitchId == pszArgument[1] && IsSwitch(acmdo_[ul]))) ul++;
-    if (ul == acmdo_.size()) return Fail(CMD_SYNTAX, "Unknown switch: -", szSwitch);
-    CMDOPTION &cmdo = acmdo_[ul];
+    const ULONG ulNumber = aulSwitch_[static_cast<unsigned char>(pszArgument[1])];
+    if (ulNumber == 0) return FailUnknown(pszArgument[1]);
+    CMDOPTION &cmdo = acmdo_[ulNumber - 1];
     if (cmdo.fMandatory) return Fail(cmdo.ulHelpKey, "Invalid use of mandatory switch: ", pszArgument);
     if (cmdo.value.ulValue) return Fail(cmdo.ulHelpKey, "Same switch specified twice: ", pszArgument);
     cmdo.value.ulValue = 1;
     ulArgument_++;
-    return TakeSwitchArguments(ul);
+    return TakeSwitchArguments(ulNumber - 1);
   }
 
   bool TakeSwitchArguments(ULONG ulSwitch) {
@@ -346,10 +351,10 @@ class Parse {
   }
 
   bool CheckGroups() {
-    for (ULONG ul = 0; ul < acmdo_.size(); ul++) {
-      if (!IsGivenOfGroup(acmdo_[ul])) continue;
-      for (const CMDOPTION &cmdo : acmdo_.subspan(ul + 1))
-        if (IsGivenOfGroup(cmdo) && cmdo.ulExclusiveGroup == acmdo_[ul].ulExclusiveGroup)
+    for (const CMDOPTION &cmdoFirst : acmdo_) {
+      if (!IsGivenOfGroup(cmdoFirst)) continue;
+      for (const CMDOPTION &cmdo : acmdo_.subspan(&cmdoFirst - acmdo_.data() + 1))
+        if (IsGivenOfGroup(cmdo) && cmdo.ulExclusiveGroup == cmdoFirst.ulExclusiveGroup)
           return Fail(cmdo.ulHelpKey, "Second instance of mutually exclusive switches");
     }
     return true;
@@ -364,13 +369,14 @@ class Parse {
   CMDRESULT &cmdresult_;
   ULONG ulArgument_ = 0; // the next argument
   ULONG ulEntry_ = 0;    // the current entry of the prefix, then of the positional arguments
+  ULONG aulSwitch_[256]; // the numbers of entries, counted from 1, by the characters of switches; 0 for none
 };
 
 std::span<char *> ArgumentsOf(LONG argc, char **argv) {
   if (!argv || argc < 1) return {};
-  ULONG ulCount = 0;
-  while (ulCount + 1 < static_cast<ULONG>(argc) && argv[ulCount + 1]) ulCount++;
-  return {argv + 1, ulCount};
+  char **ppsz = argv + 1;
+  while (ppsz < argv + argc && *ppsz) ppsz++;
+  return {argv + 1, ppsz};
 }
 
 // Prints an entry of the usage line and gives the last entry that this covers: a switch covers its arguments.
