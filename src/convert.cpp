@@ -92,7 +92,7 @@ void PutReal(Output &out, const FDSC &fdsc, const BYTE *pb) {
   if (sd.fNegative) out.Put('-');
   out.PutNumber(sd.ulWhole);
   out.Put('.');
-  out.Put(Decimal(sd.ulMillionths, 6));
+  out.PutNumber(sd.ulMillionths, 6);
 }
 
 void PutString(Output &out, const FDSC &fdsc, const BYTE *pb) { PutCharacters(out, fdsc, CharactersOf(fdsc, pb)); }

@@ -230,18 +230,29 @@ bool PointsInto(const char *psz, char *pszBlock) {
   return uOffset < BlockOf(pszBlock)->ulSize;
 }
 
-// One line of the dump: number, address of the header, file, line and size.
-void PutDumpLine(Output &out, ULONG ulNumber, const MEMBLOCK *pmb) {
-  out.PutPadded(Decimal(ulNumber), 5);
-  out.Put(". 0x");
-  out.Put(Hexadecimal(reinterpret_cast<std::uintptr_t>(pmb)));
-  out.Put(' ');
-  out.PutPadded({pmb->achFile, strnlen(pmb->achFile, sizeof pmb->achFile)}, sizeof pmb->achFile);
-  out.Put(" - ");
-  out.PutNumber(pmb->usLine);
-  out.Put(": ");
-  out.PutNumber(pmb->ulSize);
-  out.Put('\n');
+// One line of the dump: number, address of the header, file, line and size. Each gives the end of what it put.
+constexpr ULONG ulMostDumpLine = 64;
+
+char *PutText(char *pch, std::string_view sv) {
+  CopyFew(pch, sv);
+  return pch + sv.size();
+}
+
+char *PutBlanks(char *pch, char *pchEnd) { // up to there
+  while (pch < pchEnd) *pch++ = ' ';
+  return pch;
+}
+
+char *PutDumpLine(char *pch, ULONG ulNumber, const MEMBLOCK *pmb) {
+  constexpr ULONG ulFile = sizeof pmb->achFile;
+  const ULONG ulName = std::find(pmb->achFile, pmb->achFile + ulFile, '\0') - pmb->achFile;
+  const ULONG ulDigits = CountDigits(ulNumber);
+  if (ulDigits < 5) pch = PutBlanks(pch, pch + 5 - ulDigits);
+  pch = PutText(PutDecimal(pch, ulNumber), ". 0x");
+  pch = PutText(PutHexadecimal(pch, reinterpret_cast<std::uintptr_t>(pmb)), " ");
+  pch = PutText(PutBlanks(pch, pch + ulFile - ulName), {pmb->achFile, ulName});
+  pch = PutText(PutDecimal(PutText(pch, " - "), pmb->usLine), ": ");
+  return PutText(PutDecimal(pch, pmb->ulSize), "\n");
 }
 } // namespace
 
@@ -298,7 +309,10 @@ BOOL MemDumpMemory(FILE *pf) {
   ULONG ulNumber = 0;
   char achBuffer[8192];
   Output out(pf, achBuffer, sizeof achBuffer);
-  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb)) PutDumpLine(out, ++ulNumber, pmb);
+  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb)) {
+    char *pch = out.Room(ulMostDumpLine);
+    out.Took(PutDumpLine(pch, ++ulNumber, pmb));
+  }
   out.Flush();
   return 1;
 }

@@ -24,8 +24,8 @@ class Output {
 
   void Put(std::string_view sv) {
     if (sv.size() > cbRoom_) return PutFar(sv);
-    for (const char ch : sv) *pch_++ = ch; // most pieces are shorter than a call of memcpy is worth
-    cbRoom_ -= sv.size();
+    CopyText(pch_, sv);
+    Advance(sv.size());
   }
 
   void Put(char ch) {
@@ -34,12 +34,14 @@ class Output {
     cbRoom_--;
   }
 
-  void PutPadded(std::string_view sv, std::size_t cbWidth) { // blanks first
-    for (std::size_t cb = sv.size(); cb < cbWidth; cb++) Put(' ');
-    Put(sv);
-  }
+  void PutNumber(ULONG ul, ULONG ulWidth = 1) { Took(PutDecimal(Room(ulMostDigits), ul, ulWidth)); }
 
-  void PutNumber(ULONG ul) { Put(Decimal(ul)); }
+  // Where the next cb characters can be put directly, fewer than a file's buffer has. Their end goes to Took.
+  char *Room(std::size_t cb) {
+    if (cbRoom_ < cb) Flush();
+    return pch_;
+  }
+  void Took(char *pchEnd) { Advance(static_cast<std::size_t>(pchEnd - pch_)); }
 
   // Prints through a format of the program's, with a decimal point in every locale.
   void Print(const char *pszFormat, ...) {

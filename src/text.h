@@ -4,6 +4,7 @@
 #define ZEBBASE_SRC_TEXT_H
 
 #include <algorithm>
+#include <bit>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -90,24 +91,65 @@ inline void CopyPadded(char (&achDest)[N], const char *psz) {
   std::memset(achDest + cb, 0, N - cb);
 }
 
-// A number as text, with at least ulWidth digits, for as long as this object lives.
-class Digits {
- public:
-  Digits(ULONG ul, ULONG ulBase, ULONG ulWidth) {
-    for (; ul != 0 || pch_ > ach_ + sizeof ach_ - ulWidth; ul /= ulBase) *--pch_ = "0123456789abcdef"[ul % ulBase];
+// All pairs of decimal digits. Numbers are put together from pairs, which halves the divisions.
+struct PAIRS {
+  char aach[100][2];
+};
+inline constexpr PAIRS pairs = [] {
+  PAIRS p = {};
+  for (int i = 0; i < 100; i++) {
+    p.aach[i][0] = static_cast<char>('0' + i / 10);
+    p.aach[i][1] = static_cast<char>('0' + i % 10);
   }
-  Digits(const Digits &) = delete;
-  Digits &operator=(const Digits &) = delete;
-  operator std::string_view() const { return {pch_, static_cast<std::size_t>(ach_ + sizeof ach_ - pch_)}; }
+  return p;
+}();
+
+inline char *PutPair(char *pch, ULONG ul) { // below 100; gives the end of what it wrote, as the following do
+  std::memcpy(pch, pairs.aach[ul], 2);
+  return pch + 2;
+}
+
+inline ULONG CountDigits(ULONG ul) {
+  constexpr ULONG aulPower[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
+  const auto uLog10 = static_cast<ULONG>(std::bit_width(ul)) * 1233 >> 12; // or one more than that
+  return uLog10 + (ul >= aulPower[uLog10]);
+}
+
+constexpr ULONG ulMostDigits = 10; // of 32 bits in decimal
+
+// A decimal number with at least ulWidth digits.
+inline char *PutDecimal(char *pch, ULONG ul, ULONG ulWidth = 1) {
+  char *pchEnd = pch + std::max(CountDigits(ul), ulWidth);
+  char *pchDigit = pchEnd;
+  for (; ul >= 100; ul /= 100) PutPair(pchDigit -= 2, ul % 100);
+  if (ul >= 10)
+    PutPair(pchDigit -= 2, ul);
+  else if (ul > 0)
+    *--pchDigit = static_cast<char>('0' + ul);
+  while (pchDigit > pch) *--pchDigit = '0';
+  return pchEnd;
+}
+
+inline char *PutHexadecimal(char *pch, ULONG ul) {
+  ULONG ulShift = ul == 0 ? 0 : static_cast<ULONG>(std::bit_width(ul) - 1) / 4 * 4;
+  for (;; ulShift -= 4) {
+    *pch++ = "0123456789abcdef"[ul >> ulShift & 15];
+    if (ulShift == 0) return pch;
+  }
+}
+
+// A decimal number as text, for as long as this object lives.
+class Decimal {
+ public:
+  explicit Decimal(ULONG ul, ULONG ulWidth = 1) : pchEnd_(PutDecimal(ach_, ul, ulWidth)) {}
+  Decimal(const Decimal &) = delete;
+  Decimal &operator=(const Decimal &) = delete;
+  operator std::string_view() const { return {ach_, pchEnd_}; }
 
  private:
-  char ach_[10]; // what 32 bits take in decimal
-  char *pch_ = ach_ + sizeof ach_;
+  char ach_[ulMostDigits];
+  const char *const pchEnd_;
 };
-
-// The base is a constant, which spares the divisions.
-inline Digits Decimal(ULONG ul, ULONG ulWidth = 1) { return {ul, 10, ulWidth}; }
-inline Digits Hexadecimal(ULONG ul) { return {ul, 16, 1}; }
 
 // A text of at most N - 1 characters that is built piece by piece; what does not fit is cut, and remembered.
 template <std::size_t N>

@@ -93,25 +93,7 @@ struct SPLITTIME {
   ULONG Fraction() const { return static_cast<ULONG>(static_cast<LONG>(dRest * 10000.0)); }
 };
 
-// The texts have digits in pairs: a table of these halves the divisions.
-struct PAIRS {
-  char aach[100][2];
-};
-constexpr PAIRS pairs = [] {
-  PAIRS p = {};
-  for (int i = 0; i < 100; i++) {
-    p.aach[i][0] = static_cast<char>('0' + i / 10);
-    p.aach[i][1] = static_cast<char>('0' + i % 10);
-  }
-  return p;
-}();
-
-char *Put2(char *pch, ULONG ul) { // each of these gives the end of what it wrote
-  std::memcpy(pch, pairs.aach[ul], 2);
-  return pch + 2;
-}
-
-char *Put4(char *pch, ULONG ul) { return Put2(Put2(pch, ul / 100), ul % 100); }
+char *Put4(char *pch, ULONG ul) { return PutPair(PutPair(pch, ul / 100), ul % 100); }
 
 char *PutText(char *pch, const char (&sz)[4]) {
   std::memcpy(pch, sz, 3);
@@ -125,15 +107,15 @@ char *PutSeparator(char *pch, char ch) { // a zero is none
 
 inline char *PutDate(char *pch, const DATE &date, char chSeparator) {
   pch = PutSeparator(Put4(pch, date.ulYear), chSeparator);
-  pch = PutSeparator(Put2(pch, date.ulMonth), chSeparator);
-  return Put2(pch, date.ulDay);
+  pch = PutSeparator(PutPair(pch, date.ulMonth), chSeparator);
+  return PutPair(pch, date.ulDay);
 }
 
 inline char *PutTimeOfDay(char *pch, ULONG ulSecondOfDay, char chSeparator) {
   const ULONG ulMinutes = ulSecondOfDay / 60;
-  pch = PutSeparator(Put2(pch, ulMinutes / 60), chSeparator);
-  pch = PutSeparator(Put2(pch, ulMinutes % 60), chSeparator);
-  return Put2(pch, ulSecondOfDay % 60);
+  pch = PutSeparator(PutPair(pch, ulMinutes / 60), chSeparator);
+  pch = PutSeparator(PutPair(pch, ulMinutes % 60), chSeparator);
+  return PutPair(pch, ulSecondOfDay % 60);
 }
 
 ULONG WeekDay(ULONG ulDays) { return (ulDays + 4) % 7; } // the first day was a Thursday
@@ -266,7 +248,7 @@ char *Tme_ctime(const REALTIME *prt, char *pszBuffer) {
   const DATE date = CalendarDate(st.Day());
   char *pch = PutSeparator(PutText(pszBuffer, aszWDay[WeekDay(st.Day())]), ' ');
   pch = PutSeparator(PutText(pch, aszMonth[date.ulMonth - 1]), ' ');
-  pch = PutSeparator(Put2(pch, date.ulDay), ' ');
+  pch = PutSeparator(PutPair(pch, date.ulDay), ' ');
   pch = PutSeparator(PutTimeOfDay(pch, st.SecondOfDay(), ':'), ' ');
   *Put4(pch, date.ulYear) = '\0';
   return pszBuffer;
