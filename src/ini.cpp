@@ -101,14 +101,15 @@ class Search {
   const INIENTRY *Find(std::string_view svName, ULONG ulStart) {
     const ULONG ulHash = Hash(svName);
     Begin(ulStart);
-    const SLOT slot = SlotOf(svName, ulHash);
-    if (IsPassed(slot)) return &ini_.aentry[slot.usEntry - 1];
-    while (const INIENTRY *pentry = Next()) {
-      const bool fFound = EqualNoCase(pentry->pszName, svName);
-      AddPassed(fFound ? ulHash : Hash(pentry->pszName));
-      if (fFound) return pentry;
+    const ULONG ulSlot = SlotOf(svName, ulHash);
+    if (IsPassed(aslot_[ulSlot])) return &ini_.aentry[aslot_[ulSlot].usEntry - 1];
+    const INIENTRY *pentry;
+    while ((pentry = Next()) != nullptr && !EqualNoCase(pentry->pszName, svName)) {
+      const ULONG ulOther = Hash(pentry->pszName);
+      AddPassed(ulOther & ulMask_, ulOther);
     }
-    return nullptr;
+    if (pentry) AddPassed(ulSlot, ulHash);
+    return pentry;
   }
 
  private:
@@ -118,10 +119,16 @@ class Search {
   };
   static constexpr ULONG ulSlots = 8192; // a power of two, well above INI_MAX_ENTRIES
 
-  static ULONG Hash(std::string_view sv) { // equal for names that differ in case
+  // Equal for names that differ in case. The last four characters are weighted so that names that end in numbers do not
+  // collide; what stands before them is taken four at a time.
+  static ULONG Hash(std::string_view sv) {
     ULONG ulHash = 0;
-    for (const char ch : sv) ulHash = ulHash * 31 + (static_cast<unsigned char>(ch) | 0x20U);
-    return ulHash ^ ulHash >> 16;
+    const char *pch = sv.data();
+    const char *pchEnd = pch + sv.size();
+    for (; pchEnd - pch > 4; pch += 4) ulHash = (ulHash + (Load<ULONG>(pch) | 0x20202020)) * 0x9E3779B1;
+    ulHash ^= ulHash >> 16;
+    for (; pch < pchEnd; pch++) ulHash = ulHash * 31 + (static_cast<unsigned char>(*pch) | 0x20U);
+    return ulHash;
   }
 
   void Begin(ULONG ulStart) { // another section: all that was passed is forgotten
@@ -139,12 +146,12 @@ class Search {
   bool IsPassed(const SLOT &slot) const { return slot.usEntry > ulStart_ && slot.usEntry <= ulNext_; }
 
   // The slot of a name, or the free one where the looking ends.
-  SLOT &SlotOf(std::string_view svName, ULONG ulHash) {
+  ULONG SlotOf(std::string_view svName, ULONG ulHash) {
     ULONG ul = ulHash & ulMask_;
     while (IsPassed(aslot_[ul]) && !(aslot_[ul].usHash == static_cast<USHORT>(ulHash) &&
                                      EqualNoCase(ini_.aentry[aslot_[ul].usEntry - 1].pszName, svName)))
       ul = (ul + 1) & ulMask_;
-    return aslot_[ul];
+    return ul;
   }
 
   const INIENTRY *Next() { // the next entry to look at; null at the end
@@ -153,8 +160,8 @@ class Search {
     return &ini_.aentry[ulNext_];
   }
 
-  void AddPassed(ULONG ulHash) { // the entry that Next gave; behind others of its name, which are found first
-    ULONG ul = ulHash & ulMask_;
+  // Adds the entry that Next gave, from a slot on; behind others of its name, which are found first.
+  void AddPassed(ULONG ul, ULONG ulHash) {
     while (IsPassed(aslot_[ul])) ul = (ul + 1) & ulMask_;
     ulNext_++;
     aslot_[ul] = {static_cast<USHORT>(ulNext_), static_cast<USHORT>(ulHash)};
@@ -255,10 +262,14 @@ class Reader {
 
  private:
   const char *FindValue(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
-    Name name;
-    if (!AddName(name, fdsc, ulNumber)) return nullptr;
-    const INIENTRY *pentry = keys_.Find(name.View(), ulStart);
+    const INIENTRY *pentry = FindKey(fdsc, ulNumber, ulStart);
     return pentry ? pentry->pszValue : nullptr;
+  }
+
+  const INIENTRY *FindKey(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
+    if (ulNumber == ulNoNumber) return fdsc.pszName ? keys_.Find(fdsc.pszName, ulStart) : nullptr;
+    Name name;
+    return AddName(name, fdsc, ulNumber) ? keys_.Find(name.View(), ulStart) : nullptr;
   }
 
   // The elements of a value field, up to the first whose key is missing.

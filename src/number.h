@@ -32,16 +32,23 @@ inline bool ScanLong(const char *&psz, LONG &l) {
   return true;
 }
 
+// Whether a digit run is beyond 32 bits.
+[[gnu::noinline]] inline bool IsTooLarge(const char *psz) {
+  std::uint64_t ull = 0;
+  for (; IsDigit(*psz) && ull >> 32 == 0; psz++) ull = ull * 10 + static_cast<ULONG>(*psz - '0');
+  return ull >> 32 != 0;
+}
+
 // The same as "%lu" reads it: what is too large is the largest number, and a minus is taken modulo 2^32.
 inline bool ScanULong(const char *psz, ULONG &ul) {
+  constexpr ULONG ulMost = 0xFFFFFFFF;
   const bool fNegative = *psz == '-';
   if (*psz == '-' || *psz == '+') psz++;
   if (!IsDigit(*psz)) return false;
-  constexpr std::uint64_t ullMost = 0xFFFFFFFF;
-  std::uint64_t ull = 0;
-  for (; IsDigit(*psz); psz++) ull = std::min(ull * 10 + static_cast<ULONG>(*psz - '0'), ullMost + 1);
-  const auto ulValue = static_cast<ULONG>(std::min(ull, ullMost));
-  ul = fNegative && ull <= ullMost ? 0 - ulValue : ulValue;
+  const char *pszEnd = psz;
+  const ULONG ulValue = ReadDigits(pszEnd, ulMost);
+  const bool fTooLarge = ulValue == ulMost && IsTooLarge(psz);
+  ul = fNegative && !fTooLarge ? 0 - ulValue : ulValue;
   return true;
 }
 

@@ -20,10 +20,12 @@ constexpr bool IsLetter(char ch) { return ToLower(ch) >= 'a' && ToLower(ch) <= '
 constexpr bool IsPrintable(char ch) { return ch >= ' ' && ch <= '~'; }
 constexpr bool IsWhite(char ch) { return ch == ' ' || ch == '\t' || ch == '\r' || ch == '\n'; }
 
+// Mostly the case is the same.
+constexpr bool IsEqualNoCase(char ch1, char ch2) { return ch1 == ch2 || ToLower(ch1) == ToLower(ch2); }
+
 // Whether two texts are equal without regard to case.
 inline bool EqualNoCase(std::string_view sv1, std::string_view sv2) {
-  return sv1.size() == sv2.size() && std::equal(sv1.begin(), sv1.end(), sv2.begin(),
-                                                [](char ch1, char ch2) { return ToLower(ch1) == ToLower(ch2); });
+  return sv1.size() == sv2.size() && std::equal(sv1.begin(), sv1.end(), sv2.begin(), IsEqualNoCase);
 }
 
 // As strncasecmp: compares at most cb characters, up to a terminator, and gives the first difference.
@@ -57,11 +59,14 @@ inline const char *BaseName(const char *psz) {
   return pszSlash ? pszSlash + 1 : psz;
 }
 
-// A digit run as a number that stops at ulLimit.
+// The number of a run of more than nine digits.
 [[gnu::noinline]] inline ULONG ReadManyDigits(const char *psz, ULONG ulLimit) {
-  std::uint64_t ull = 0;
-  for (; IsDigit(*psz); psz++) ull = std::min<std::uint64_t>(ull * 10 + static_cast<ULONG>(*psz - '0'), ulLimit);
-  return static_cast<ULONG>(ull);
+  const char *pszWide = psz + 9;
+  ULONG ul = 0;
+  for (; psz < pszWide; psz++) ul = ul * 10 + static_cast<ULONG>(*psz - '0');
+  for (; IsDigit(*psz); psz++)
+    ul = static_cast<ULONG>(std::min<std::uint64_t>(ul * std::uint64_t{10} + static_cast<ULONG>(*psz - '0'), ulLimit));
+  return ul;
 }
 
 // The digit run at psz as a number that stops at ulLimit, which has at least ten digits, and psz moved past it.
@@ -173,7 +178,11 @@ class TextBuffer {
     for (std::size_t cb = sv.size(); cb < cbWidth; cb++) Put(' ');
     return Put(sv);
   }
-  TextBuffer &PutNumber(ULONG ul, ULONG ulWidth = 1) { return Put(Decimal(ul, ulWidth)); }
+  TextBuffer &PutNumber(ULONG ul, ULONG ulWidth = 1) {
+    if (N - 1 - cb_ < ulMostDigits) return Put(Decimal(ul, ulWidth)); // which may be cut
+    cb_ = static_cast<std::size_t>(PutDecimal(ach_ + cb_, ul, ulWidth) - ach_);
+    return *this;
+  }
   void Shorten(std::size_t cb) { // to a length that it had
     cb_ = cb;
     fCut_ = false;
