@@ -10,6 +10,7 @@
 #include <memory>
 #include <utility>
 
+#include "bytes.h"
 #include "memory.h"
 #include "zebbase/base.h"
 
@@ -124,26 +125,28 @@ struct ELEMENT {
   void *pvData;
   LISTITEM *pli;
 };
+static_assert(sizeof(ELEMENT) == sizeof(std::uint64_t));
 
-// Exchanges two pointers where the mask is all ones. An exchange by branch is a coin toss for the processor's
-// prediction, and costs twice as much.
-template <typename T>
-void ExchangeWhere(std::uintptr_t uMask, T *&p1, T *&p2) {
-  const std::uintptr_t u = (reinterpret_cast<std::uintptr_t>(p1) ^ reinterpret_cast<std::uintptr_t>(p2)) & uMask;
-  p1 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p1) ^ u);
-  p2 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p2) ^ u);
+// Exchanges two elements when they are in the wrong order. Result: all ones when it did, else 0. An exchange by branch
+// is a coin toss for the processor's prediction, and costs twice as much.
+template <typename O>
+inline ULONG Settle(O order, ELEMENT &elt1, ELEMENT &elt2) {
+  const ULONG ulMask = 0 - ULONG{order.IsWrong(elt1.pvData, elt2.pvData)};
+  const auto ull1 = Load<std::uint64_t>(&elt1);
+  const auto ull2 = Load<std::uint64_t>(&elt2);
+  const std::uint64_t ull = (ull1 ^ ull2) & (std::uint64_t{ulMask} << 32 | ulMask);
+  Store(&elt1, ull1 ^ ull);
+  Store(&elt2, ull2 ^ ull);
+  return ulMask;
 }
 
 template <typename O>
 ULONG ArrayPass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
   ULONG ulLast = ulNoExchange;
-  for (ULONG i = 0; i + ulGap < ulCount; i++) {
-    ELEMENT &elt1 = pelt[i];
-    ELEMENT &elt2 = pelt[i + ulGap];
-    const std::uintptr_t uMask = 0 - std::uintptr_t{order.IsWrong(elt1.pvData, elt2.pvData)};
-    ExchangeWhere(uMask, elt1.pvData, elt2.pvData);
-    ExchangeWhere(uMask, elt1.pli, elt2.pli);
-    ulLast ^= (ulLast ^ (i + 1)) & uMask;
+  if (ulGap > 1) { // nobody asks for the last exchange
+    for (ULONG i = 0; i + ulGap < ulCount; i++) Settle(order, pelt[i], pelt[i + ulGap]);
+  } else {
+    for (ULONG i = 0; i + 1 < ulCount; i++) ulLast ^= (ulLast ^ (i + 1)) & Settle(order, pelt[i], pelt[i + 1]);
   }
   return ulLast;
 }
