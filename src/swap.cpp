@@ -11,29 +11,26 @@
 
 #ifdef __i386__
 #include <cpuid.h>
-#include <tmmintrin.h>
+#include <immintrin.h>
 #endif
 
 namespace {
 constexpr ULONG ulBlockBytes = 64;
 
+// Reverses what whole blocks there are. Result: the bytes done.
+using PFNCOPYBLOCKS = ULONG (*)(BYTE *pbTo, const BYTE *pbFrom, ULONG ulBytes, ULONG ulWidth);
+
 #ifdef __i386__
-// The byte shuffle of SSSE3 is twice as fast as what SSE2 can do, but not part of every i386.
-bool HasByteShuffle() {
-  enum ANSWER : BYTE { Unknown, No, Yes };
-  static constinit ANSWER answer = Unknown; // asking costs more than reversing a kilobyte
-  if (answer == Unknown) {
-    unsigned uA, uB, uC = 0, uD;
-    answer = __get_cpuid(1, &uA, &uB, &uC, &uD) && (uC & bit_SSSE3) ? Yes : No;
-  }
-  return answer == Yes;
+// The order of the bytes in a vector of 16.
+[[gnu::target("ssse3")]] inline __m128i ReversedOrder(ULONG ulWidth) {
+  const __m128i vIdentity = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  return _mm_xor_si128(vIdentity, _mm_set1_epi8(static_cast<char>(ulWidth - 1)));
 }
 
-// Reverses what whole blocks of four vectors there are. Result: the bytes done. The four are loaded into registers of
-// their own: in a single one, each would wait for the one before while AVX code has left the upper halves in use.
-[[gnu::target("ssse3")]] ULONG CopyBlocksReversed(BYTE *pbTo, const BYTE *pbFrom, ULONG ulBytes, ULONG ulWidth) {
-  const __m128i vIdentity = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-  const __m128i vOrder = _mm_xor_si128(vIdentity, _mm_set1_epi8(static_cast<char>(ulWidth - 1)));
+// The four vectors are loaded into registers of their own: in a single one, each would wait for the one before while
+// AVX code has left the upper halves in use.
+[[gnu::target("ssse3")]] ULONG CopyBlocksBySsse3(BYTE *pbTo, const BYTE *pbFrom, ULONG ulBytes, ULONG ulWidth) {
+  const __m128i vOrder = ReversedOrder(ulWidth);
   const ULONG ulBlocks = ulBytes & ~(ulBlockBytes - 1);
   for (ULONG ul = 0; ul < ulBlocks; ul += ulBlockBytes) {
     const auto *pvFrom = reinterpret_cast<const __m128i *>(pbFrom + ul);
@@ -47,10 +44,53 @@ bool HasByteShuffle() {
   }
   return ulBlocks;
 }
-#else
-constexpr bool HasByteShuffle() { return false; }
-constexpr ULONG CopyBlocksReversed(BYTE *, const BYTE *, ULONG, ULONG) { return 0; }
+
+[[gnu::target("avx2")]] ULONG CopyBlocksByAvx2(BYTE *pbTo, const BYTE *pbFrom, ULONG ulBytes, ULONG ulWidth) {
+  const __m256i vOrder = _mm256_broadcastsi128_si256(ReversedOrder(ulWidth));
+  const ULONG ulBlocks = ulBytes & ~(ulBlockBytes - 1);
+  for (ULONG ul = 0; ul < ulBlocks; ul += ulBlockBytes) {
+    const auto *pvFrom = reinterpret_cast<const __m256i *>(pbFrom + ul);
+    auto *pvTo = reinterpret_cast<__m256i *>(pbTo + ul);
+    const __m256i v0 = _mm256_loadu_si256(pvFrom), v1 = _mm256_loadu_si256(pvFrom + 1);
+    _mm256_storeu_si256(pvTo, _mm256_shuffle_epi8(v0, vOrder));
+    _mm256_storeu_si256(pvTo + 1, _mm256_shuffle_epi8(v1, vOrder));
+  }
+  return ulBlocks;
+}
+
+// Whether the processor has AVX2, and the system keeps its registers.
+bool HasAvx2() {
+  unsigned uA, uB, uC, uD;
+  if (!__get_cpuid(1, &uA, &uB, &uC, &uD) || !(uC & bit_OSXSAVE)) return false;
+  constexpr unsigned uVectors = 6; // in the mask of what the system keeps: both halves of the registers
+  unsigned uKept;
+  asm("xgetbv" : "=a"(uKept), "=d"(uD) : "c"(0));
+  return (uKept & uVectors) == uVectors && __get_cpuid_count(7, 0, &uA, &uB, &uC, &uD) && (uB & bit_AVX2);
+}
+
+bool HasSsse3() {
+  unsigned uA, uB, uC, uD;
+  return __get_cpuid(1, &uA, &uB, &uC, &uD) && (uC & bit_SSSE3);
+}
 #endif
+
+ULONG CopyNoBlocks(BYTE *, const BYTE *, ULONG, ULONG) { return 0; }
+
+// The fastest that the processor has: a shuffle of bytes takes half the time of what SSE2 can do, but is not part of
+// every i386, and one of AVX2 three quarters of that.
+PFNCOPYBLOCKS FindCopyBlocks() {
+#ifdef __i386__
+  if (HasAvx2()) return CopyBlocksByAvx2;
+  if (HasSsse3()) return CopyBlocksBySsse3;
+#endif
+  return CopyNoBlocks;
+}
+
+ULONG CopyBlocksReversed(BYTE *pbTo, const BYTE *pbFrom, ULONG ulBytes, ULONG ulWidth) {
+  static constinit PFNCOPYBLOCKS pfnCopyBlocks = nullptr; // asking the processor takes longer than a kilobyte
+  if (!pfnCopyBlocks) pfnCopyBlocks = FindCopyBlocks();
+  return pfnCopyBlocks(pbTo, pbFrom, ulBytes, ulWidth);
+}
 
 template <typename T>
 void CopyValuesReversed(BYTE *pbTo, const BYTE *pbFrom, ULONG ulBytes) {
@@ -108,8 +148,7 @@ void CopyArrayReversed(BYTE *pbTo, const BYTE *pbFrom, ULONG ulCount, ULONG ulWi
     if (pbTo != pbFrom && ulBytes > 0) std::memcpy(pbTo, pbFrom, ulBytes);
     return;
   }
-  const bool fBlocks = ulBytes >= ulBlockBytes && HasByteShuffle();
-  const ULONG ulDone = fBlocks ? CopyBlocksReversed(pbTo, pbFrom, ulBytes, ulWidth) : 0;
+  const ULONG ulDone = ulBytes >= ulBlockBytes ? CopyBlocksReversed(pbTo, pbFrom, ulBytes, ulWidth) : 0;
   const auto CopyRest = ulWidth == 2   ? CopyValuesReversed<std::uint16_t>
                         : ulWidth == 4 ? CopyValuesReversed<std::uint32_t>
                                        : CopyValuesReversed<std::uint64_t>;
