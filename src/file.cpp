@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "guard.h"
+#include "memory.h"
 #include "text.h"
 #include "zebbase/lst.h"
 #include "zebbase/mem.h"
@@ -27,7 +28,7 @@ static_assert(sizeof(FILSEARCH) == 4);
 static_assert(sizeof(off_t) == 8, "files above 2 GiB must be found");
 
 namespace {
-constexpr char szUnit[] = "file"; // the source name in allocations
+constexpr SOURCE source = "file"; // in allocations
 constexpr std::size_t npos = std::string_view::npos;
 
 std::string_view UpTo(std::string_view sv, std::size_t cb) { return {sv.data(), cb}; }
@@ -253,7 +254,7 @@ struct FreeSearch {
 using Search = std::unique_ptr<FILSEARCH, FreeSearch>;
 
 Search NewSearch() {
-  Search search(static_cast<FILSEARCH *>(MemAllocMem_(sizeof(FILSEARCH), __LINE__, szUnit)));
+  Search search(static_cast<FILSEARCH *>(AllocateMem(sizeof(FILSEARCH), __LINE__, source)));
   if (!search) return {};
   search->plstNames = LstNewList(0);
   return search->plstNames ? std::move(search) : Search();
@@ -271,8 +272,8 @@ mode_t QueryKind(int fdDir, const dirent &entry, bool fAsk) {
   return fstatat(fdDir, entry.d_name, &st, 0) == 0 ? st.st_mode & S_IFMT : 0;
 }
 
-bool AppendName(LIST *plst, const char *pszName) {
-  Tracked<char> name(MemAllocString_(pszName, __LINE__, szUnit));
+bool AppendName(LIST *plst, std::string_view sv) {
+  Tracked<char> name(AllocateText(sv, __LINE__, source));
   return name && LstInsert(plst, name.get(), LST_END) && name.release();
 }
 
@@ -281,15 +282,16 @@ bool AppendName(LIST *plst, const char *pszName) {
 bool BuildPathNameList(LIST *plst, const char *pszDir, const WANTED &wanted) {
   const DirStream dir(opendir(pszDir));
   if (!dir) return false;
+  TextBuffer<FIL_MAX_PATH> name;
+  const std::size_t cbDir = name.Put(pszDir).Length();
   bool fFirst = true;
   for (errno = 0; const dirent *pentry = readdir(dir.get()); errno = 0) {
     if (!Match(wanted.pszMask, pentry->d_name)) continue;
-    TextBuffer<FIL_MAX_PATH> name;
-    name.Put(pszDir).Put(pentry->d_name);
-    if (name.IsCut()) continue;
+    name.Shorten(cbDir);
+    if (name.Put(pentry->d_name).IsCut()) continue;
     const mode_t flKind = QueryKind(dirfd(dir.get()), *pentry, std::exchange(fFirst, false));
     if (flKind == 0) return false;
-    if (flKind == wanted.flKind && !AppendName(plst, name.Text())) return false;
+    if (flKind == wanted.flKind && !AppendName(plst, name.View())) return false;
   }
   return errno == 0;
 }
