@@ -91,7 +91,9 @@ bool IsAtEnd(const PARSECTX *pprs) { return !pprs || pprs->fEndOfFile; }
 inline const char *Find(const char *pch, const char *pchEnd, char ch) {
 #ifdef __SSE2__
   static_assert(ulStep == sizeof(__m128i));
-  const __m128i mSought = _mm_set1_epi8(ch);
+  int iSought = ch * 0x01010101; // filled up in a register: from memory it would take the address of the library's data
+  asm("" : "+r"(iSought));
+  const __m128i mSought = _mm_set1_epi32(iSought);
   for (; pch < pchEnd; pch += ulStep) {
     const __m128i mFound = _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pch)), mSought);
     const auto uFound = static_cast<unsigned>(_mm_movemask_epi8(mFound));
@@ -152,18 +154,21 @@ ULONG ReadFromFile(PARSECTX *pprs) {
 
 constexpr bool IsLineEnd(char ch) { return ch == '\n' || ch == '\r'; }
 
+[[gnu::noinline]] ULONG LengthToZero(const char *pch, ULONG ulLength) { return strnlen(pch, ulLength); }
+
 // Makes the next ulLength characters the current line. Its text ends at a zero byte; the line end is cut off, but never
 // the first character.
 void TakeLine(PARSECTX *pprs, ULONG ulLength) {
   char *pszLine = pprs->pchNext;
   pprs->pszLine = pszLine;
   pprs->pchNext = pszLine + ulLength;
-  if (pprs->fHasZero) ulLength = strnlen(pszLine, ulLength);
+  if (pprs->fHasZero) ulLength = LengthToZero(pszLine, ulLength);
   while (ulLength > 1 && IsLineEnd(pszLine[ulLength - 1])) ulLength--;
   pprs->ulLength = ulLength;
-  pprs->fCovered = pszLine + ulLength == pprs->pchNext;
-  pprs->chCovered = pszLine[ulLength];
-  pszLine[ulLength] = '\0';
+  char *pszEnd = pszLine + ulLength;
+  pprs->fCovered = pszEnd == pprs->pchNext;
+  if (pprs->fCovered) pprs->chCovered = *pszEnd;
+  *pszEnd = '\0';
 }
 
 bool ReadLine(PARSECTX *pprs) {
