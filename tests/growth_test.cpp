@@ -1,0 +1,94 @@
+// growth_test.cpp: what operations cost as that grows which they work among. The cost is counted in instructions, not
+// in time, so a test tells the same on every machine and on a busy one.
+
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "described.h"
+#include "support.h"
+#include "zebbase/fil.h"
+
+namespace {
+constexpr long lMostSteps = 200000;
+
+// The instructions that a function takes, in a process of its own that its parent steps through. 0 where that cannot be
+// had, lMostSteps when it takes more.
+template <typename Run>
+long CountSteps(Run run) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
+    raise(SIGSTOP); // from here
+    run();
+    raise(SIGSTOP); // to here
+    _exit(0);
+  }
+  const auto StopSignal = [pid] { // of the child, when it stops again; 0 when it has ended
+    int iStatus;
+    return waitpid(pid, &iStatus, 0) == pid && WIFSTOPPED(iStatus) ? WSTOPSIG(iStatus) : 0;
+  };
+  if (StopSignal() != SIGSTOP) return 0;
+  long lSteps = 0;
+  do ptrace(PTRACE_SINGLESTEP, pid, nullptr, nullptr);
+  while (StopSignal() == SIGTRAP && ++lSteps < lMostSteps);
+  kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
+  return lSteps;
+}
+
+class Growth : public NoLeak {
+ protected:
+  void SetUp() override {
+    NoLeak::SetUp();
+    LiftLimits();
+    if (!FailMalloc::Works() || CountSteps([] {}) == 0) GTEST_SKIP() << "no steps to count here";
+  }
+};
+} // namespace
+
+TEST_F(Growth, ABlockCostsTheSameAmongThousands) {
+  const auto Pairs = [] {
+    for (int i = 0; i < 5; i++) MemFreeMem_(MemAllocMem_(16, 1, "growth"));
+  };
+  const long lAlone = CountSteps(Pairs);
+  std::vector<void *> apv;
+  for (ULONG ul = 0; ul < 5000; ul++) apv.push_back(MemAllocMem_(ul % 256, 1, "growth"));
+  EXPECT_LE(CountSteps(Pairs), 1.1 * lAlone);
+  for (void *pv : apv) MemFreeMem_(pv);
+}
+
+TEST_F(Growth, AStructureCostsTheSameInALongerList) {
+  const SDSC sdsc = {1, 0, sizeof(ULONG), 0, {Field("Value", FT_ULONG)}};
+  const FDSC fdsc = Field("Item", FT_STRUCTLIST, 1, &sdsc);
+  const ScratchFolder folder;
+  const auto StepsFor = [&](int iItems) { // for each
+    std::ofstream stream("list");
+    stream << "[ list ]\n";
+    for (int i = 1; i <= iItems; i++) stream << "[ Item " << i << " ]\n  Value = " << i << "\n";
+    stream.close();
+    INIFILE *pini = IniOpen("list", INI_MODE_READ);
+    LIST *plst = nullptr;
+    const double dSteps = CountSteps([&] { IniRead(pini, &plst, &fdsc); });
+    IniRead(pini, &plst, &fdsc);
+    EXPECT_EQ(plst->ulCount, static_cast<ULONG>(iItems));
+    LstDeleteAllBoth(plst);
+    LstFreeList_(plst);
+    IniClose(pini);
+    return dSteps / iItems;
+  };
+  EXPECT_LE(StepsFor(40), 1.25 * StepsFor(10));
+}
+
+TEST_F(Growth, AMaskOfManyStarsCostsNoMoreThanItsLengthTimesTheNames) {
+  const auto StepsFor = [](int iStars) {
+    std::string strMask, strName;
+    for (int i = 0; i < iStars; i++) strMask += "*a?a";
+    strMask += "*b";
+    strName.assign(static_cast<std::size_t>(iStars) * 8, 'a');
+    return CountSteps([&] { FilFileMatch(strMask.c_str(), strName.c_str()); });
+  };
+  EXPECT_LE(StepsFor(16), 4.5 * StepsFor(8));
+}
