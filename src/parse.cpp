@@ -563,7 +563,7 @@ const char *PrsQueryFileName(PARSECTX *pprs) { return pprs ? pprs->szFileName : 
 BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   const char *psz = NextItem(pprs);
   if (!psz) return 0;
-  for (char ch; !(KindOf(pprs, ch = *psz) & fStop); psz++) *pszWord++ = ch;
+  for (char ch = *psz; !(KindOf(pprs, ch) & fStop); ch = *++psz) *pszWord++ = ch;
   *pszWord = '\0';
   pprs->pszCurrent = psz;
   return 1;
