@@ -396,7 +396,7 @@ void IntervalToString(ULONG ulSeconds, char *pszText) {
     ULONG ulSeconds;
     char ch;
   };
-  constexpr UNIT aUnit[] = {{86400, 'd'}, {3600, 'h'}, {60, 'm'}, {1, 's'}};
+  static constexpr UNIT aUnit[] = {{86400, 'd'}, {3600, 'h'}, {60, 'm'}, {1, 's'}};
   Output out(pszText);
   for (const UNIT &unit : aUnit) {
     const ULONG ulUnits = ulSeconds / unit.ulSeconds;

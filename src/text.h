@@ -115,7 +115,7 @@ inline char *PutPair(char *pch, ULONG ul) { // below 100; gives the end of what 
 }
 
 inline ULONG CountDigits(ULONG ul) {
-  constexpr ULONG aulPower[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
+  static constexpr ULONG aulPower[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
   const auto uLog10 = static_cast<ULONG>(std::bit_width(ul)) * 1233 >> 12; // or one more than that
   return uLog10 + (ul >= aulPower[uLog10]);
 }
