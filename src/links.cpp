@@ -127,28 +127,60 @@ struct ELEMENT {
 };
 static_assert(sizeof(ELEMENT) == sizeof(std::uint64_t));
 
-// Exchanges two elements when they are in the wrong order. Result: all ones when it did, else 0. An exchange by branch
-// is a coin toss for the processor's prediction, and costs twice as much.
+// All ones when two elements are in the wrong order, else 0: an exchange by branch is a coin toss for the processor's
+// prediction, and costs twice as much as one by mask.
 template <typename O>
-inline ULONG Settle(O order, ELEMENT &elt1, ELEMENT &elt2) {
-  const ULONG ulMask = 0 - ULONG{order.IsWrong(elt1.pvData, elt2.pvData)};
+ULONG WrongMask(O order, const ELEMENT &elt1, const ELEMENT &elt2) {
+  return 0 - ULONG{order.IsWrong(elt1.pvData, elt2.pvData)};
+}
+
+// Exchanges two elements of the array where the mask is set, through one wide register each.
+void ExchangeInArray(ULONG ulMask, ELEMENT &elt1, ELEMENT &elt2) {
   const auto ull1 = Load<std::uint64_t>(&elt1);
   const auto ull2 = Load<std::uint64_t>(&elt2);
   const std::uint64_t ull = (ull1 ^ ull2) & (std::uint64_t{ulMask} << 32 | ulMask);
   Store(&elt1, ull1 ^ ull);
   Store(&elt2, ull2 ^ ull);
-  return ulMask;
+}
+
+// The same for two pointers, in registers.
+template <typename T>
+void ExchangePointers(ULONG ulMask, T *&p1, T *&p2) {
+  const std::uintptr_t u = (reinterpret_cast<std::uintptr_t>(p1) ^ reinterpret_cast<std::uintptr_t>(p2)) & ulMask;
+  p1 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p1) ^ u);
+  p2 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p2) ^ u);
+}
+
+template <typename O>
+void WidePass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
+  for (ULONG i = 0; i + ulGap < ulCount; i++)
+    ExchangeInArray(WrongMask(order, pelt[i], pelt[i + ulGap]), pelt[i], pelt[i + ulGap]);
+}
+
+// The pass with a gap of 1. What it carries along stays in registers: each exchange in the array would wait for the one
+// before. Result: 1 + the position of the last exchange.
+template <typename O>
+ULONG NarrowPass(O order, ELEMENT *pelt, ULONG ulCount) {
+  ULONG ulLast = ulNoExchange;
+  ELEMENT elt1 = pelt[0];
+  for (ULONG i = 1; i < ulCount; i++) {
+    ELEMENT elt2 = pelt[i];
+    const ULONG ulMask = WrongMask(order, elt1, elt2);
+    ExchangePointers(ulMask, elt1.pvData, elt2.pvData);
+    ExchangePointers(ulMask, elt1.pli, elt2.pli);
+    pelt[i - 1] = elt1;
+    elt1 = elt2;
+    ulLast ^= (ulLast ^ i) & ulMask;
+  }
+  pelt[ulCount - 1] = elt1;
+  return ulLast;
 }
 
 template <typename O>
 ULONG ArrayPass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
-  ULONG ulLast = ulNoExchange;
-  if (ulGap > 1) { // nobody asks for the last exchange
-    for (ULONG i = 0; i + ulGap < ulCount; i++) Settle(order, pelt[i], pelt[i + ulGap]);
-  } else {
-    for (ULONG i = 0; i + 1 < ulCount; i++) ulLast ^= (ulLast ^ (i + 1)) & Settle(order, pelt[i], pelt[i + 1]);
-  }
-  return ulLast;
+  if (ulGap == 1) return NarrowPass(order, pelt, ulCount);
+  WidePass(order, ulGap, pelt, ulCount);
+  return ulNoExchange; // nobody asks
 }
 
 // The comb over the nodes themselves, where there is no memory for the array.
