@@ -351,10 +351,10 @@ class Parse {
   }
 
   bool CheckGroups() {
-    for (const CMDOPTION &cmdoFirst : acmdo_) {
-      if (!IsGivenOfGroup(cmdoFirst)) continue;
-      for (const CMDOPTION &cmdo : acmdo_.subspan(&cmdoFirst - acmdo_.data() + 1))
-        if (IsGivenOfGroup(cmdo) && cmdo.ulExclusiveGroup == cmdoFirst.ulExclusiveGroup)
+    for (ULONG ul = 0; ul < acmdo_.size(); ul++) {
+      if (!IsGivenOfGroup(acmdo_[ul])) continue;
+      for (const CMDOPTION &cmdo : acmdo_.subspan(ul + 1))
+        if (IsGivenOfGroup(cmdo) && cmdo.ulExclusiveGroup == acmdo_[ul].ulExclusiveGroup)
           return Fail(cmdo.ulHelpKey, "Second instance of mutually exclusive switches");
     }
     return true;

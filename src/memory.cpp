@@ -244,13 +244,13 @@ char *PutBlanks(char *pch, char *pchEnd) { // up to there
 }
 
 char *PutDumpLine(char *pch, ULONG ulNumber, const MEMBLOCK *pmb) {
-  constexpr ULONG ulFile = sizeof pmb->achFile;
-  const ULONG ulName = std::find(pmb->achFile, pmb->achFile + ulFile, '\0') - pmb->achFile;
+  const char *pchFileEnd = pmb->achFile + sizeof pmb->achFile;
+  const std::string_view svFile(pmb->achFile, std::find(pmb->achFile, pchFileEnd, '\0'));
   const ULONG ulDigits = CountDigits(ulNumber);
   if (ulDigits < 5) pch = PutBlanks(pch, pch + 5 - ulDigits);
   pch = PutText(PutDecimal(pch, ulNumber), ". 0x");
   pch = PutText(PutHexadecimal(pch, reinterpret_cast<std::uintptr_t>(pmb)), " ");
-  pch = PutText(PutBlanks(pch, pch + ulFile - ulName), {pmb->achFile, ulName});
+  pch = PutText(PutBlanks(pch, pch + sizeof pmb->achFile - svFile.size()), svFile);
   pch = PutText(PutDecimal(PutText(pch, " - "), pmb->usLine), ": ");
   return PutText(PutDecimal(pch, pmb->ulSize), "\n");
 }

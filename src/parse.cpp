@@ -106,13 +106,15 @@ inline const char *Find(const char *pch, const char *pchEnd, char ch) {
 #endif
 }
 
+ULONG Count(const char *pch, const char *pchEnd) { return static_cast<ULONG>(pchEnd - pch); } // of characters
+
 const char *EndOfLine(const PARSECTX *pprs) { return pprs->pszLine + pprs->ulLength; }
 
 // What most lines do without is no part of the way that every line takes: it is kept out of line.
 
 // Reads on behind what has not been delivered, which moves to the front. Result: whether there was more.
 [[gnu::noinline]] bool FillBuffer(PARSECTX *pprs) {
-  const auto cbRest = static_cast<std::size_t>(pprs->pchEnd - pprs->pchNext);
+  const ULONG cbRest = Count(pprs->pchNext, pprs->pchEnd);
   char *pch = pprs->achBuffer + cbRest;
   std::memmove(pprs->achBuffer, pprs->pchNext, cbRest);
   ssize_t cb;
@@ -136,8 +138,8 @@ void Uncover(PARSECTX *pprs) {
 ULONG ReadFromFile(PARSECTX *pprs) {
   if (pprs->fCovered) Uncover(pprs);
   for (;;) {
-    const ULONG ulMost = std::min<ULONG>(pprs->pchEnd - pprs->pchNext, ulMostLine);
-    const ULONG ulLength = Find(pprs->pchNext, pprs->pchNext + ulMost, '\n') - pprs->pchNext;
+    const ULONG ulMost = std::min(Count(pprs->pchNext, pprs->pchEnd), ulMostLine);
+    const ULONG ulLength = Count(pprs->pchNext, Find(pprs->pchNext, pprs->pchNext + ulMost, '\n'));
     if (ulLength < ulMost) return ulLength + 1;
     if (ulMost == ulMostLine || !FillBuffer(pprs)) return ulMost;
   }
@@ -149,7 +151,7 @@ ULONG ReadFromFile(PARSECTX *pprs) {
   pprs->pchNext = pprs->achBuffer;
   const char *psz = std::fgets(pprs->achBuffer, PRS_LINE_SIZE, pprs->pfileInput);
   pprs->pchEnd = pprs->achBuffer + (psz ? std::max<ULONG>(std::strlen(psz), 1) : 0);
-  return pprs->pchEnd - pprs->pchNext;
+  return Count(pprs->pchNext, pprs->pchEnd);
 }
 
 constexpr bool IsLineEnd(char ch) { return ch == '\n' || ch == '\r'; }
@@ -214,7 +216,7 @@ class CCommentFilter {
         TakeText();
     }
     *pchResult_ = '\0';
-    pprs_->ulLength = pchResult_ - pprs_->pszLine;
+    pprs_->ulLength = Count(pprs_->pszLine, pchResult_);
     return fKeep_;
   }
 
@@ -243,7 +245,7 @@ class CCommentFilter {
   }
 
   void Keep(const char *pch) { // the text up to there; with something in it, the line is kept
-    const auto cb = static_cast<std::size_t>(pch - pch_);
+    const ULONG cb = Count(pch_, pch);
     fKeep_ |= cb > 0;
     if (pchResult_ != pch_) std::memmove(pchResult_, pch_, cb);
     pchResult_ += cb;
@@ -261,7 +263,7 @@ class CCommentFilter {
 // The next '/', from the current line on. It is looked for in all of the buffer, so that a run of lines without
 // comments costs one search.
 [[gnu::noinline]] const char *FindSlash(PARSECTX *pprs) {
-  const void *pv = std::memchr(pprs->pszLine, '/', static_cast<std::size_t>(pprs->pchEnd - pprs->pszLine));
+  const void *pv = std::memchr(pprs->pszLine, '/', Count(pprs->pszLine, pprs->pchEnd));
   return pprs->pchSlash = pv ? static_cast<const char *>(pv) : pprs->pchEnd;
 }
 
@@ -477,11 +479,11 @@ const char *PassElement(PARSECTX *pprs, const ELEMENT &elt, const char *psz) {
 // --- Start ---
 
 void SetKinds(PARSECTX *pprs, const char *pszSeparators) {
-  BYTE *pb = pprs->abKind;
+  const auto Set = [pprs](char ch, BYTE fKind) { pprs->abKind[static_cast<unsigned char>(ch)] = fKind; };
   for (const char *psz = pszSeparators; *psz; psz++)
-    if (!IsLetter(*psz) && !IsDigit(*psz)) pb[static_cast<unsigned char>(*psz)] = fStop;
-  for (const char ch : {' ', '\t', '\r', '\n'}) pb[static_cast<unsigned char>(ch)] = fStop | fWhite;
-  pb['\0'] = fStop;
+    if (!IsLetter(*psz) && !IsDigit(*psz)) Set(*psz, fStop);
+  for (const char ch : {' ', '\t', '\r', '\n'}) Set(ch, fStop | fWhite);
+  Set('\0', fStop);
 }
 
 // Opens the input: a file, or standard input for a null name. Result: a context without a line yet, or null.
