@@ -130,7 +130,7 @@ class Writer {
     });
   }
 
-  char achBuffer_[8192];
+  char achBuffer_[32768];
   Output out_;
 };
 } // namespace
@@ -140,7 +140,9 @@ INIFILE *OpenForWriting(const char *pszFile) {
   if (!FilGetFileNameOf(szName, pszFile)) return nullptr;
   File file(std::fopen(pszFile, "w"));
   if (!file) return nullptr;
-  std::fprintf(file.get(), "[ %s ]\n", szName);
+  TextBuffer<FIL_MAX_PATH + 8> header;
+  header.Put("[ ").Put(szName).Put(" ]\n");
+  std::fwrite(header.View().data(), 1, header.Length(), file.get());
   auto *pini = static_cast<INIFILE *>(MemAllocMem_(sizeof(INIFILE), __LINE__, szUnit));
   if (pini) pini->pfile = file.release();
   return pini;
