@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "described.h"
+#include "input.h"
 #include "support.h"
 #include "zebbase/fil.h"
 

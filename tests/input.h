@@ -1,16 +1,43 @@
-// input.h: files that a test writes for the library to read.
+// input.h: a folder of each test's own, and files in it for the library to read.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <random>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support.h"
+
+// Stands in a new folder for one scope; then goes back, and removes the folder with all that is in it. So tests that
+// write files can run side by side.
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    char szPath[] = "/tmp/zebbase_test.XXXXXX";
+    EXPECT_NE(mkdtemp(szPath), nullptr);
+    std::filesystem::current_path(path_ = szPath);
+  }
+  ~ScratchFolder() {
+    std::error_code ec;
+    std::filesystem::current_path(pathBefore_, ec);
+    std::filesystem::remove_all(path_, ec);
+  }
+  ScratchFolder(const ScratchFolder &) = delete;
+  ScratchFolder &operator=(const ScratchFolder &) = delete;
+  const std::filesystem::path &path() const { return path_; }
+
+ private:
+  std::filesystem::path pathBefore_ = std::filesystem::current_path();
+  std::filesystem::path path_;
+};
+
+inline std::string Contents(const std::filesystem::path &path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
 
 // The parts of a text between tildes.
 inline std::vector<std::string> Split(const std::string &str) {

@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "scratch.h"
 #include "zebbase/base.h"
 #include "zebbase/err.h"
 #include "zebbase/mem.h"
