@@ -25,13 +25,13 @@ BOOL AnyAnswer(void *, void *) { return randomAnswers() % 2; }
 // The elements of a list, whose links, positions and count must be true.
 Elements ElementsOf(const LIST *plst) {
   Elements apv;
-  const LISTITEM *pliPrev = nullptr;
-  for (const LISTITEM *pli = plst->pliFirst; pli; pliPrev = pli, pli = pli->pliNext) {
+  const LISTITEM *pliPrev = nullptr, *pli = plst->pliFirst;
+  for (; pli && apv.size() < plst->ulCount; pliPrev = pli, pli = pli->pliNext) {
     EXPECT_TRUE(pli->pliPrev == pliPrev && pli->plst == plst && pli->fInList == 1) << "at " << apv.size();
     EXPECT_EQ(pli->ulIndex, plst->fIndexed ? apv.size() : 0);
     apv.push_back(pli->pvData);
   }
-  EXPECT_TRUE(plst->pliLast == pliPrev && plst->ulCount == apv.size());
+  EXPECT_TRUE(!pli && plst->pliLast == pliPrev && plst->ulCount == apv.size());
   return apv;
 }
 
