@@ -1,8 +1,6 @@
 // convert_test.cpp: single values as text and back, at odd addresses.
 
 #include <clocale>
-#include <cstring>
-#include <random>
 
 #include "support.h"
 #include "zebbase/base.h"
@@ -34,7 +32,6 @@ std::string FromText(const FDSC &fdsc, std::string strBytes, const char *pszText
   const BOOL fStored = IniConvertFromString(&pb, pszText, &fdsc, &fChanged);
   return (!fStored ? "not" : fChanged ? "*" : "") + std::string(reinterpret_cast<char *>(pb), strBytes.size() - 1);
 }
-} // namespace
 
 TEST_F(IniConvert, GivesAndTakesTexts) {
   EDSC edsc = {4, {"one", nullptr, "Two", "two"}, {1, 7, 0x10002, 2}};
@@ -106,7 +103,6 @@ TEST_F(IniConvert, StoresTextsUpToTheFieldsEnd) {
   MemFreeString_(psz);
 }
 
-namespace {
 // Holds both directions of a numeric type against the runtime. S is what is scanned, P what is printed.
 template <typename T, typename S, typename P>
 void CompareWithRuntime(ULONG ulType) {
@@ -132,7 +128,6 @@ void CompareWithRuntime(ULONG ulType) {
     EXPECT_EQ(FromText(Field(ulType), strOld, strText.c_str()), (tNew != tOld ? "*" : "") + Bytes(tNew)) << strText;
   }
 }
-} // namespace
 
 TEST_F(IniConvert, TreatsNumbersAsTheRuntimeDoes) {
   CompareWithRuntime<BYTE, SHORT, int>(FT_BYTE);
@@ -172,3 +167,4 @@ TEST_F(IniConvert, TakesVerbosityWordsAndIntervalsBack) {
   for (const char *psz : {"=0", "1d2h3m4s=93784", "90=90", "2H=2", "1h 30m=5400", "1m1m=120", "x5=5", "d=0"})
     EXPECT_EQ(FromText(Field(FT_INTERVAL), Bytes(~0UL), Before(psz).c_str()), "*" + Bytes(After(psz, 10))) << psz;
 }
+} // namespace

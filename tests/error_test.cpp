@@ -3,7 +3,6 @@
 #include "zebbase/err.h"
 
 #include <cstdint>
-#include <cstring>
 #include <ctime>
 #include <map>
 
@@ -73,7 +72,6 @@ class ErrorTest : public FileTest {
   Capture out_{stdout};
   Capture err_{stderr};
 };
-} // namespace
 
 TEST_F(ErrorTest, BeginsWithTheTableAndNoTaskName) {
   EXPECT_EQ(loadState.ulSettings, 0u);
@@ -291,3 +289,4 @@ TEST_F(ErrorTest, PanicsAreAppendedToTheirLog) {
   ErrPanicError(nullptr, nullptr, 1);
   EXPECT_EQ(Lines(Contents("panic.log"), "%Y%m%d.%H%M%S"), strExpected + "@  - :1 - \n");
 }
+} // namespace

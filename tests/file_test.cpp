@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <map>
 #include <set>
 
@@ -40,8 +39,6 @@ class Files : public FileTest {
   const fs::path path_ = fs::current_path();
   const std::string strHere_ = path_.string() + "/";
 };
-
-} // namespace
 
 TEST(FilParts, AgreeWithTheTableInBothForms) {
   using Keep = BOOL (*)(char *);
@@ -220,7 +217,6 @@ TEST_F(Files, LeaveAnUnreadableCurrentDirectoryAlone) {
   }
 }
 
-namespace {
 bool NaiveMatch(const char *pszMask, const char *pszName) {
   if (*pszMask == '*') {
     if (pszMask[1] == '\0') return true;
@@ -231,7 +227,6 @@ bool NaiveMatch(const char *pszMask, const char *pszName) {
   if (*pszMask == '\0') return *pszName == '\0';
   return *pszName && (*pszMask == '?' || *pszMask == *pszName) && NaiveMatch(pszMask + 1, pszName + 1);
 }
-} // namespace
 
 TEST_F(Files, MatchByTheRecursiveRule) {
   int cMatches = 0;
@@ -245,7 +240,6 @@ TEST_F(Files, MatchByTheRecursiveRule) {
   EXPECT_EQ(FilFileMatch("*a*a*a*a*a*a*a*a*b", std::string(100000, 'a').c_str()), 0u) << "and ends";
 }
 
-namespace {
 using Names = std::multiset<std::string>;
 
 Names FindAll(bool fFiles, const std::string &strWhere, const std::string &strThenRemove = "") {
@@ -262,7 +256,6 @@ Names FindAll(bool fFiles, const std::string &strWhere, const std::string &strTh
   EXPECT_EQ(psearch, nullptr);
   return names;
 }
-} // namespace
 
 TEST_F(Files, AreFoundWhereTheyMatch) {
   const std::string strIn = strHere_ + "d/";
@@ -324,3 +317,4 @@ TEST_F(Files, AreMappedIntoTheOtherTree) {
   }
   EXPECT_FALSE(fs::exists("newer"));
 }
+} // namespace

@@ -4,7 +4,6 @@
 
 #include <strings.h>
 
-#include <cstring>
 #include <deque>
 #include <optional>
 
@@ -116,7 +115,6 @@ class IniFiles : public FileTest {
   std::deque<FDSC> afdsc_;
   std::deque<SDSC> asdsc_;
 };
-} // namespace
 
 TEST_F(IniFiles, AreReadAsInPlainSteps) {
   for (int i = 0; i < 3000; i++) {
@@ -194,7 +192,6 @@ TEST_F(IniFiles, DecideOnReferences) {
   EXPECT_EQ(TakeApart(sdscSelf.afdsc[0], &pv).size(), 127 * 3 + 5u) << "a structure that holds itself ends";
 }
 
-namespace {
 const std::string strWhole =
     "[x]\n[S]\nL = 1\nT = a\nT1 = x\nT2 = y\nV 1 = g\nV2 = h\n[SI1]\nL = 2\nT = \"b\" \"c\"\n[SI2]\nL = 3\nT = "
     "d\n[SP]\nL = 4\nT = e\n";
@@ -203,7 +200,6 @@ const FDSC fdscText = Field("V", FT_PSZ), fdscList = Field("I", FT_STRUCTLIST, 1
 const FDSC fdscValues = Field("V", FT_VALUELIST, 1, &fdscText), fdscPointer = Field("P", FT_STRUCTPTR, 1, &sdscInner);
 const SDSC sdscWhole = {5, 0, 17, 0, {fdscList, fdscValues, fdscPointer, Field("T", FT_PSZ), Field("L", FT_BYTE)}};
 const FDSC fdscWhole = Field("S", FT_STRUCT, 1, &sdscWhole);
-} // namespace
 
 TEST_F(IniFiles, GiveWhatIsWhole) {
   const Ini ini = Open(strWhole);
@@ -255,3 +251,4 @@ TEST_F(IniFiles, NeedMemoryAndLeakNone) {
   }
   EXPECT_TRUE(cOpened > 0 && cOpened < 30 && cRead > 0 && cRead < 40) << cOpened << " and " << cRead;
 }
+} // namespace

@@ -1,7 +1,5 @@
 // iniwrite_test.cpp: writing INI files, and reading back what was written.
 
-#include <algorithm>
-#include <cstring>
 #include <deque>
 
 #include "described.h"
@@ -127,7 +125,6 @@ class IniWriting : public FileTest {
   SDSC sdscDotted_ = {};
   EDSC edsc_ = {3, {"One", "Two", "Three"}, {1, -2, 40000}};
 };
-} // namespace
 
 TEST_F(IniWriting, IsReadBackByIniRead) {
   LiftLimits();
@@ -204,3 +201,4 @@ TEST_F(IniWriting, EndsWithDataThatReferToThemselves) {
   const std::string strText = Written({{&pvSelf, &sdsc.afdsc[0]}});
   EXPECT_EQ(std::count(strText.begin(), strText.end(), '['), 1 + 127);
 }
+} // namespace

@@ -6,9 +6,7 @@
 #include <strings.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <cctype>
-#include <cstring>
 
 #include "input.h"
 #include "zebbase/tme.h"
@@ -82,7 +80,6 @@ class PrsParse : public FileTest {
     return Parse(PrsStartParse("input", flParse, pszSeparators));
   }
 };
-} // namespace
 
 TEST_F(PrsParse, DeliversTheLinesThatAModelDoes) {
   for (int i = 0; i < 3000; i++) {
@@ -108,7 +105,6 @@ TEST_F(PrsParse, DeliversTheLinesThatAModelDoes) {
   for (const char *pszFile : {"missing", "", "."}) EXPECT_EQ(PrsStartParse(pszFile, 0, nullptr), nullptr) << pszFile;
 }
 
-namespace {
 enum { opWord, opNextWord, opNextRun, opKeyword, opNextChar, opSentence, cOps };
 const char *const apszKeywords[] = {"open", "", "b", nullptr, "ab", "B"};
 
@@ -172,7 +168,6 @@ struct TOKENMODEL {
     return fCase ? str.substr(0, cb) == strOther : strcasecmp(str.substr(0, cb).c_str(), strOther.c_str()) == 0;
   }
 };
-} // namespace
 
 TEST_F(PrsParse, TakesTheTokensThatAModelDoes) {
   const char *const apszWord[] = {"a", "A", "ab", "b1", "open", "[", "=", "-", "\"", "@", ""};
@@ -218,7 +213,6 @@ TEST_F(PrsParse, TakesLongWordsAndTimesAndThenNothing) {
   for (ULONG ulOp = 0; ulOp < cOps; ulOp++) EXPECT_EQ(Call(parse.get(), ulOp) + Call(nullptr, ulOp), "00") << ulOp;
 }
 
-namespace {
 // Takes the numbers of a text, each between "~", and holds them and what is left of the line against the runtime.
 template <typename T>
 void CompareWithRuntime(const Parse &parse, const char *psz, BOOL (*pfnGet)(PARSECTX *, T *),
@@ -234,7 +228,6 @@ void CompareWithRuntime(const Parse &parse, const char *psz, BOOL (*pfnGet)(PARS
     ASSERT_EQ(Call(parse.get(), opSentence), "1" + std::string(pszRest, std::strchr(psz, '\n'))) << psz - 1;
   }
 }
-} // namespace
 
 TEST_F(PrsParse, TakesNumbersWithTheValuesOfTheRuntime) {
   std::string str;
@@ -286,3 +279,4 @@ TEST_F(PrsParse, MatchesPatterns) {
     EXPECT_EQ(str, c.pszExpected) << c.pszPattern << " on " << c.pszText;
   }
 }
+} // namespace

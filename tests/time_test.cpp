@@ -64,7 +64,6 @@ void ExpectTime(REALTIME rt) {
   ASSERT_EQ(Render(TmeRealTimeToAltString, rt, 16), Text("%Y%m%d.%H%M%S", s)) << rt;
   ASSERT_EQ(CTime(rt), Text("%a %b %d %H:%M:%S %Y", s)) << rt;
 }
-} // namespace
 
 TEST(TmeRealTimeToStruct, AgreesWithTheCalendarOnEveryDay) {
   std::mt19937 random(1);
@@ -171,3 +170,4 @@ TEST(TmeGetRealTime, IsTheClockInWholeSeconds) {
   EXPECT_EQ(Tme_time(&rt) - rt, static_cast<double>(TmeSetRealTime(0)));
   EXPECT_TRUE(rt >= static_cast<double>(tBefore) && rt <= Tme_time(nullptr) && rt == std::floor(rt)) << rt;
 }
+} // namespace
