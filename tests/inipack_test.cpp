@@ -1,16 +1,11 @@
 // Packing of descriptions and data: worked examples, random trees in both byte orders, refusals, damaged buffers.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <deque>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "zebbase/ini.h"
+
+#include <array>
+#include <deque>
+
+#include "support.h"
 #include "zebbase/swp.h"
 
 namespace {

@@ -1,12 +1,9 @@
 // Reversal of values, arrays and described data, against reversal byte by byte.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <vector>
-
-#include "zebbase/ini.h"
 #include "zebbase/swp.h"
+
+#include "described.h"
+#include "support.h"
 
 namespace {
 using Bytes = std::vector<BYTE>;
@@ -16,8 +13,6 @@ void SwapEach(BYTE *pb, ULONG ulCount) {
   for (; ulCount > 0; ulCount--, pb += sizeof(T)) pfnSwap(reinterpret_cast<T *>(pb));
 }
 void SwapArray(BYTE *pb, ULONG ulCount) { SwpSwapLongArray(reinterpret_cast<ULONG *>(pb), ulCount); }
-
-FDSC Field(ULONG ulType, ULONG ulCount, void *pvDesc) { return {0, nullptr, 0, ulType, ulCount, nullptr, pvDesc}; }
 
 TEST(SwpSwap, ReversesEachValueOfAnyBitPatternAtAnyAddressAndNothingBesides) {
   const struct {
@@ -48,11 +43,11 @@ TEST(SwpSwap, ReversesEachValueOfAnyBitPatternAtAnyAddressAndNothingBesides) {
 }
 
 TEST(SwpSwapField, LeavesWhatIsNoNumberAndMovesOverIt) {
-  SDSC sdsc = {}, sdscEmpty = {1, 0, 0, 0, {Field(FT_STRUCT, 0xFFFFFFFF, nullptr)}};
-  sdsc.afdsc[sdsc.ulFields++] = Field(FT_STRUCT, 0xFFFFFFFF, &sdscEmpty); // nothing, however often
+  SDSC sdsc = {}, sdscEmpty = {1, 0, 0, 0, {Field("", FT_STRUCT, 0xFFFFFFFF)}};
+  sdsc.afdsc[sdsc.ulFields++] = Field("", FT_STRUCT, 0xFFFFFFFF, &sdscEmpty); // nothing, however often
   for (const ULONG ulType : {2U, 9U, 10U, 14U, 15U, 16U, 17U, 18U, 24U, 29U, 26U, 27U, 28U, 4U})
-    sdsc.afdsc[sdsc.ulFields++] = Field(ulType, 2, &sdsc);
-  const FDSC fdsc = Field(FT_STRUCT, 2, &sdsc);
+    sdsc.afdsc[sdsc.ulFields++] = Field("", ulType, 2, &sdsc);
+  const FDSC fdsc = Field("", FT_STRUCT, 2, &sdsc);
   Bytes ab(2 * (4 * 2 + 6 * 8 + 4)), abExpected;
   for (ULONG ul = 0; ul < ab.size(); ul++) ab[ul] = static_cast<BYTE>(ul);
   abExpected = ab;
@@ -69,7 +64,7 @@ struct NODE {
 } __attribute__((packed));
 
 TEST(SwpSwapStructure, FollowsTheFirstReferenceAndOnceAroundACycle) {
-  SDSC sdsc = {2, 0, 0, 0, {Field(FT_USHORT, 1, nullptr), Field(FT_STRUCTPTR, 2, &sdsc)}};
+  SDSC sdsc = {2, 0, 0, 0, {Field("", FT_USHORT), Field("", FT_STRUCTPTR, 2, &sdsc)}};
   NODE nodeOther = {0x0A0B, {}}, node3 = {0x0506, {}}, node2 = {0x0304, {&node3, &nodeOther}};
   NODE node1 = {0x0102, {&node2, nullptr}};
   const auto Swap = [&](ULONG fFollow) {

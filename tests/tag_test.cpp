@@ -1,13 +1,10 @@
 // Files of tagged records: writing, finding, both byte orders, and what is no record.
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstring>
-#include <memory>
-#include <string>
-
 #include "zebbase/tag.h"
+
+#include <memory>
+
+#include "support.h"
 
 namespace {
 using Stream = std::unique_ptr<FILE, int (*)(FILE *)>;
