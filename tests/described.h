@@ -22,6 +22,15 @@ inline ULONG ElementSize(const FDSC &fdsc) {
   return fdsc.ulType == FT_STRUCT ? StructureOf(fdsc).ulSize : IniGetTypeDefaults()[fdsc.ulType].ulSize;
 }
 inline ULONG Extent(const FDSC &fdsc) { return Elements(fdsc) * ElementSize(fdsc); }
+inline void Add(SDSC &sdsc, const FDSC &fdsc) {
+  sdsc.afdsc[sdsc.ulFields++] = fdsc;
+  sdsc.ulSize += Extent(fdsc);
+}
+inline SDSC Describe(std::initializer_list<FDSC> fields) {
+  SDSC sdsc = {};
+  for (const FDSC &fdsc : fields) Add(sdsc, fdsc);
+  return sdsc;
+}
 
 // Described data as text. What they point to is freed, and what no file has is left in them.
 inline std::string TakeApart(const FDSC &fdsc, void *pv);

@@ -60,11 +60,6 @@ class IniWriting : public FileTest {
     return fdsc;
   }
 
-  static void Add(SDSC &sdsc, const FDSC &fdsc) {
-    sdsc.afdsc[sdsc.ulFields++] = fdsc;
-    sdsc.ulSize += Extent(fdsc);
-  }
-
   std::string Text(ULONG ulLength) { // may begin and end with blanks: it is quoted
     constexpr char achText[] = "ab XY09[]=#;%.,-_\\\xE4";
     std::string str(ulLength, ' ');
@@ -86,15 +81,13 @@ class IniWriting : public FileTest {
     if (ulType == FT_STRING) return void(std::memcpy(pb, Text(cb - 1).c_str(), cb));
     if (ulType == FT_FIXEDSTRING) return void(std::memset(pb, static_cast<int>('a' + Random(21)), cb));
     if (ulType == FT_DOTTED) return void(std::memcpy(pb, Random(2) ? "a  bcde" : "abc    ", cb));
-    if (ulType == FT_BOOL16) return Set(pb, static_cast<USHORT>(Random(2)));
-    if (ulType == FT_BOOL32) return Set(pb, Random(2));
-    if (ulType == FT_ENUM16) return Set(pb, static_cast<USHORT>(edsc_.alValue[Random(3)]));
-    if (ulType == FT_ENUM32) return Set(pb, edsc_.alValue[Random(3)]);
+    const LONG lChoice = fdsc.pvDesc ? edsc_.alValue[Random(3)] : static_cast<LONG>(Random(2));
+    if (ulType == FT_BOOL16 || ulType == FT_ENUM16) return Set(pb, static_cast<USHORT>(lChoice));
+    if (ulType == FT_BOOL32 || ulType == FT_ENUM32) return Set(pb, lChoice);
     if (ulType == FT_FLOAT) return Set(pb, static_cast<float>(Random(100001)) / 64 - 500);
     if (ulType == FT_DOUBLE) return Set(pb, static_cast<double>(Random(0xFFFFFFFF)) / 64 - 1e6);
     if (ulType == FT_REALTIME) return Set(pb, static_cast<REALTIME>(Random(0xFFFFFFFF)) + 0.5);
-    if (ulType == FT_VERBOSITY) return Set(pb, 1 + Random(0xFFFF));
-    if (ulType == FT_INTERVAL) return Set(pb, 1 + Random(0xFFFFFFFF));
+    if (ulType >= FT_VERBOSITY) return Set(pb, 1 + Random(ulType == FT_INTERVAL ? 0xFFFFFFFF : 0xFFFF));
     for (ULONG ul = 0; ul < cb; ul++) pb[ul] = static_cast<BYTE>(Random(256));
   }
 
@@ -143,41 +136,31 @@ TEST_F(IniWriting, IsReadBackByIniRead) {
 }
 
 TEST_F(IniWriting, WritesKeysThenSectionsUnderTheirPath) {
-#pragma pack(push, 1)
-  struct {
-    char szName[20];
-    LIST *plstRoute;
-    BYTE bHidden;
-    LIST *plstText;
-    void *pvNone;
-    ULONG aulPort[2];
-    char achFixed[8];
-  } server = {"alpha", LstNewList(0), 7, LstNewList(0), nullptr, {80, 8080}, {'a', 'b', ' ', ' ', ' ', ' ', ' ', ' '}};
-#pragma pack(pop)
-  const SDSC sdscRoute = {1, 0, 7, 0, {Field("Target", FT_STRING, 7)}};
+  const SDSC sdscRoute = Describe({Field("Target", FT_STRING, 6)});
   const FDSC fdscText = Field("Text", FT_PSZ), fdscVerbose = Field("Verbose", FT_BOOL32);
-  const SDSC sdscServer = {7,
-                           0,
-                           sizeof server,
-                           0,
-                           {Field("Name", FT_STRING, 20), Field("Route", FT_STRUCTLIST, 1, &sdscRoute),
-                            Field("Hidden", FT_BYTE, 1, nullptr, FDSC_NOINI),
-                            Field("Texts", FT_VALUELIST, 1, &fdscText), Field("None", FT_STRUCTPTR, 1, &sdscRoute),
-                            FDSC{0, "Port", 0, FT_ULONG, 2, "%lX", nullptr}, Field("Fixed", FT_FIXEDSTRING, 8)}};
-  const FDSC fdscServer = Field("Server", FT_STRUCT, 1, &sdscServer),
-             fdscItem = Field("Item", FT_STRUCT, 2, &sdscRoute);
+  const FDSC fdscPort = {0, "Port", 0, FT_ULONG, 2, "%lX", nullptr}, fdscItem = Field("Item", FT_STRUCT, 2, &sdscRoute);
+  const SDSC sdscServer =
+      Describe({Field("Name", FT_STRING, 6), Field("Route", FT_STRUCTLIST, 1, &sdscRoute),
+                Field("Texts", FT_VALUELIST, 1, &fdscText), Field("None", FT_STRUCTPTR, 1, &sdscRoute), fdscPort,
+                Field("Fixed", FT_FIXEDSTRING, 8)});
+  const FDSC fdscServer = Field("Server", FT_STRUCT, 1, &sdscServer);
+  LIST *aplst[] = {LstNewList(0), LstNewList(0), nullptr}; // the routes, the texts, and none
   for (const char *psz : {"north", "south"})
-    for (LIST *plst : {server.plstRoute, server.plstText})
-      LstInsert(plst, std::strcpy(static_cast<char *>(MemAllocMem_(7, __LINE__, "test")), psz), LST_END);
+    for (LIST *plst : {aplst[0], aplst[1]}) LstInsert(plst, MemAllocString_(psz, __LINE__, "test"), LST_END);
+  const ULONG aulPort[] = {80, 8080};
+  BYTE abServer[34] = "alpha";
+  std::memcpy(abServer + 6, aplst, sizeof aplst);
+  std::memcpy(abServer + 18, aulPort, sizeof aulPort);
+  std::memcpy(abServer + 26, "ab      ", 8);
   ULONG fVerbose = 1;
-  char aszItem[2][7] = {"one", "two"};
-  EXPECT_EQ(Written({{&fVerbose, &fdscVerbose}, {&server, &fdscServer}, {aszItem, &fdscItem}}),
+  char aszItem[2][6] = {"one", "two"};
+  EXPECT_EQ(Written({{&fVerbose, &fdscVerbose}, {abServer, &fdscServer}, {aszItem, &fdscItem}}),
             "[ config.ini ]\n  Verbose = TRUE\n"
             "\n[ Server ]\n  Name = \"alpha\"\n  Port 1 = 50\n  Port 2 = 1F90\n  Fixed = \"ab      \"\n"
             "\n[ Server Route 1 ]\n  Target = \"north\"\n\n[ Server Route 2 ]\n  Target = \"south\"\n"
             "  Text 1 = \"north\"\n  Text 2 = \"south\"\n"
             "\n[ Item 1 ]\n  Target = \"one\"\n\n[ Item 2 ]\n  Target = \"two\"\n");
-  TakeApart(fdscServer, &server);
+  TakeApart(fdscServer, abServer);
 }
 
 TEST_F(IniWriting, CutsNothingAndSurvivesFailure) {
@@ -186,19 +169,15 @@ TEST_F(IniWriting, CutsNothingAndSurvivesFailure) {
   const FDSC fdscLong = Field("Long", FT_PSZ), fdscFormatted = {0, "Long", 0, FT_PSZ, 1, "<%s>", nullptr};
   EXPECT_EQ(Written({{&pszLong, &fdscLong}, {&pszLong, &fdscFormatted}}),
             "[ config.ini ]\n  Long = \"" + strLong + "\"\n  Long = \"<" + strLong + ">\"\n");
-  EXPECT_EQ(IniOpen("config.ini", INI_MODE_READ), nullptr) << "values of that length are refused";
   INIFILE *pini = IniOpen("/dev/full", 2);
   ASSERT_TRUE(pini);
   EXPECT_EQ(IniWrite(pini, &pszLong, &fdscLong), 0u);
   EXPECT_EQ(IniClose(pini), 0u);
   for (const std::string &str : {std::string("no/such/folder/config.ini"), std::string(300, 'p'), std::string(".")})
     EXPECT_EQ(IniOpen(str.c_str(), 2), nullptr) << str;
-}
-
-TEST_F(IniWriting, EndsWithDataThatReferToThemselves) {
   SDSC sdsc = {1, 0, sizeof(void *), 0, {Field("Next", FT_STRUCTPTR, 1, &sdsc)}};
   void *pvSelf = &pvSelf;
   const std::string strText = Written({{&pvSelf, &sdsc.afdsc[0]}});
-  EXPECT_EQ(std::count(strText.begin(), strText.end(), '['), 1 + 127);
+  EXPECT_EQ(std::count(strText.begin(), strText.end(), '['), 1 + 127) << "of data that refer to themselves";
 }
 } // namespace
