@@ -2,7 +2,6 @@
 
 #include "zebbase/err.h"
 
-#include <cstdint>
 #include <ctime>
 #include <map>
 
@@ -73,23 +72,15 @@ class ErrorTest : public FileTest {
   Capture err_{stderr};
 };
 
-TEST_F(ErrorTest, BeginsWithTheTableAndNoTaskName) {
+TEST_F(ErrorTest, ChannelsBeginWithTheTableAndServeOnlyWhatTheyCan) {
   EXPECT_EQ(loadState.ulSettings, 0u);
   EXPECT_EQ(loadState.ulEntry, 2u);
   EXPECT_STREQ(loadState.strSent.c_str() + 289, "Unknown");
-}
-
-TEST_F(ErrorTest, AReportWithoutATimeIsSentWithThatOfNow) {
-  Initialize(ERR_TYPE_REMOTE);
-  for (REALTIME rt : {0.0, -5.0}) {
-    const REALTIME rtBefore = TmeGetRealTime();
-    ErrPutError(nullptr, rt, VERB_ERROR, 1, nullptr, 1, nullptr, nullptr);
-    std::memcpy(&rt, astrSent.back().data(), sizeof rt);
-    EXPECT_TRUE(rt >= rtBefore && rt <= TmeGetRealTime()) << rt;
+  for (const ULONG ulChannel : Numbers{ERR_TYPE_REMOTE, ERR_TYPE_POPUP, ERR_TYPE_CALLBACK}) {
+    Initialize(ulChannel, nullptr, nullptr);
+    ErrBoolError("file", 1, 0);
+    EXPECT_NE(err_.Take().find("(    file:0001)E0006 FALSE return code.\n"), std::string::npos);
   }
-}
-
-TEST_F(ErrorTest, UnknownChannelsAreRefusedAndSilent) {
   EXPECT_EQ(Initialize(ERR_TYPE_POPUP), 1u);
   for (const ULONG ulChannel : {0UL, 7UL, 0xFFFFFFFFUL}) {
     EXPECT_EQ(ErrInitialize(ulChannel, nullptr), 0u);
@@ -100,13 +91,12 @@ TEST_F(ErrorTest, UnknownChannelsAreRefusedAndSilent) {
   EXPECT_EQ(out_.Take() + err_.Take(), "");
   EXPECT_EQ(fErrBusyInit & fPanicInit, 1u);
   EXPECT_EQ(ErrGetHAB(), 77u) << "the settings of another channel stay";
-}
-
-TEST_F(ErrorTest, AMissingFunctionIsNotCalled) {
-  for (const ULONG ulChannel : Numbers{ERR_TYPE_REMOTE, ERR_TYPE_POPUP, ERR_TYPE_CALLBACK}) {
-    Initialize(ulChannel, nullptr, nullptr);
-    ErrBoolError("file", 1, 0);
-    EXPECT_NE(err_.Take().find("(    file:0001)E0006 FALSE return code.\n"), std::string::npos);
+  Initialize(ERR_TYPE_REMOTE);
+  for (REALTIME rt : {0.0, -5.0}) { // sent with the time of now
+    const REALTIME rtBefore = TmeGetRealTime();
+    ErrPutError(nullptr, rt, VERB_ERROR, 1, nullptr, 1, nullptr, nullptr);
+    std::memcpy(&rt, astrSent.back().data(), sizeof rt);
+    EXPECT_TRUE(rt >= rtBefore && rt <= TmeGetRealTime()) << rt;
   }
 }
 
@@ -158,7 +148,7 @@ TEST_F(ErrorTest, ReportersHandTheirValueBack) {
 
 TEST_F(ErrorTest, TheDailyLogIsOneFileForTaskAndDay) {
   for (const ULONG ulChannel : Numbers{ERR_TYPE_CONSOLE_LOG, ERR_TYPE_LOG}) {
-    ErrInitialize(ulChannel, "task");
+    ErrInitialize(ulChannel, ulChannel == ERR_TYPE_LOG ? nullptr : "task"); // null keeps the name
     for (const char *pszTask : {"", "task", "other"})
       ErrPutError(*pszTask ? pszTask : nullptr, 0, VERB_INFO, ulChannel, "file", 1, nullptr, "text");
   }
@@ -188,11 +178,9 @@ TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
     EXPECT_TRUE(fs::is_empty(".")) << "no file system takes this name";
     Put(ERR_TYPE_CONSOLE, VERB_INFO, 100);
     EXPECT_EQ(Line().substr(strHead.size() + 1), ("Open failed on file: " + str).substr(0, 127) + '\n');
-
     Reports reports;
     ErrPutError(nullptr, 0, VERB_ERROR, 1, nullptr, 1, nullptr, "%s", str.c_str());
     EXPECT_EQ(reports.Take(), std::vector<std::string>{strMessage});
-
     EXPECT_EQ(Put(ERR_TYPE_POPUP, VERB_ERROR, 1), 0u);
     const std::string strText =
         str + ":305419896 Win Error\n" + strMessage + "\nPress OK to continue or CANCEL to abort";
@@ -200,7 +188,6 @@ TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
     const ULONG ulEntry = Put(ERR_TYPE_POPUP, VERB_INFO, 1);
     EXPECT_EQ(ErrGetError(ulEntry)->szMessage, str.substr(0, 255));
     ErrClearError(ulEntry);
-
     ulSendResult = 7;
     EXPECT_EQ(Put(ERR_TYPE_REMOTE, VERB_ERROR, 6), 7u);
     const auto Padded = [](std::string strField, std::size_t cbField) { return strField.resize(cbField), strField; };
@@ -217,16 +204,17 @@ TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
 }
 
 TEST_F(ErrorTest, CriticalErrorsAreShownAndNotKept) {
-  const char *const apszKinds[] = {"Win Error", "Gpi Error",     "Dos Error",      "Null Error",    "Assert Error",
-                                   "RC Error",  "Boolean Error", "Critical Error", "Memory Corrupt"};
+  const auto astrKinds = Split(
+      "Win Error~Gpi Error~Dos Error~Null Error~Assert Error~RC Error~Boolean Error~Critical Error~Memory Corrupt");
   Initialize(ERR_TYPE_POPUP);
   for (ULONG ulType = 0; ulType <= 100; ulType++) {
     astrShown = {"nothing"};
     const ULONG ulResult = ErrPutError(nullptr, 0, VERB_ERROR, ulType, "a/file", 12, nullptr, "text");
     EXPECT_EQ(astrShown.size(), ulType >= 1 && ulType <= 99 ? 2u : 1u) << ulType;
     EXPECT_EQ(ulResult == 0, ulType >= 1 && ulType <= 99) << ulType;
-    const std::string strName = ulType >= 1 && ulType <= 9 ? apszKinds[ulType - 1] : "";
-    EXPECT_EQ(astrShown.back().find("file:12 " + strName + "\ntext\nPress OK to") == 0, !strName.empty()) << ulType;
+    const std::string strName = ulType >= 1 && ulType <= 9 ? astrKinds[ulType - 1] : "Error"; // or no name
+    EXPECT_EQ(astrShown.back().find("file:12 " + strName + "\ntext\nPress OK to") == 0, astrShown.size() == 2)
+        << ulType;
   }
   EXPECT_GE(ErrPutError(nullptr, 0, VERB_ERROR | VERB_INFO, 1, "", 1, nullptr, "-"), 2u);
 }

@@ -62,6 +62,7 @@ TEST(FilParts, AgreeWithTheTableInBothForms) {
       {"C:/x", {"x", "/", "C:/", "C:", "x", "", "/", "C:/"}},
       {"/", {pszNo, "/", "/", pszNo, "", "", "/", pszNo}},
       {"//x", {"x", "//", "//", pszNo, "x", "", "", "//"}},
+      {"C:", {pszNo, pszNo, "C:", "C:", "C:", "", pszNo, pszNo}},
       {"", {pszNo, pszNo, pszNo, pszNo, "", "", pszNo, pszNo}},
       {"/a.b/c", {"c", "/a.b/", "/a.b/", pszNo, "c", "b/c", "a.b", "/a.b/"}},
       {"/a/b.x.y", {"b.x.y", "/a/", "/a/", pszNo, "b.x", "y", "a", "/a/"}},

@@ -41,7 +41,8 @@ class MemoryTest : public NoLeak {
 };
 
 TEST_F(MemoryTest, CountsMeasuresAndListsItsBlocks) {
-  const char *const aapszNames[][2] = {{"lists", "lists"}, {"/d/memory", "memory"}, {"error_test.c", "error_"}, {}};
+  const char *const aapszNames[][2] = {
+      {"lists", "lists"}, {"/folder/memory", "memory"}, {"error_test.c", "error_"}, {}};
   std::mt19937 random(1);
   std::vector<BLOCK> ablock;
   ULONG ulAmount = 0;
@@ -119,13 +120,16 @@ TEST_F(MemoryTest, LeavesAloneWhatCannotBeALiveBlock) {
 TEST_F(MemoryTest, ClearsWhatItFreesAndRefusesToFreeItAgain) {
   if (!FailMalloc::Works()) GTEST_SKIP() << "freed memory is not to be looked at here";
   Reports reports;
-  char *pchLive = Alloc(1000), *pch = Alloc(200);
-  std::memset(pch, 0xFF, 200);
-  MemFreeMem_(pch);
-  EXPECT_EQ(std::count(pch, pch + 201, '\0'), 201) << "guard included";
-  MemFreeMem_(pch);
-  EXPECT_GE(reports.Take().size(), 1u);
-  EXPECT_EQ(Amount(), 1025u);
+  char *pchLive = Alloc(1000);
+  for (ULONG ul = 10; ul < 200; ul++) { // bytes; the allocator keeps its own notes in the first ones
+    char *pch = Alloc(ul);
+    std::memset(pch, 0xFF, ul);
+    MemFreeMem_(pch);
+    EXPECT_EQ(std::count(pch, pch + ul + 1, '\0'), static_cast<long>(ul + 1)) << "guard included";
+    MemFreeMem_(pch);
+    EXPECT_GE(reports.Take().size(), 1u);
+    EXPECT_EQ(Amount(), 1025u);
+  }
   MemFreeMem_(pchLive);
 }
 
