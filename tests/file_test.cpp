@@ -263,8 +263,8 @@ TEST_F(Files, AreFoundWhereTheyMatch) {
   fs::create_symlink("huge.x", "d/link.x");
   fs::create_directory_symlink("inner", "d/dirlink.x");
   mkfifo("d/fifo.x", 0600);
-  const Names strsX = {strIn + "a.x",      strIn + "b.x",    strIn + ".x",
-                       strIn + "\xe4 b.x", strIn + "huge.x", strIn + "link.x"};
+  Names strsX;
+  for (const char *psz : {"a.x", "b.x", ".x", "\xe4 b.x", "huge.x", "link.x"}) strsX.insert(strIn + psz);
   EXPECT_EQ(FindAll(true, "d/*.x"), strsX);
   EXPECT_EQ(FindAll(true, "./no/../d/?.x"), (Names{strIn + "a.x", strIn + "b.x"}));
   EXPECT_EQ(FindAll(true, "d/*.x", "d/b.x"), strsX) << "names that leave the directory after the first call";
@@ -280,11 +280,10 @@ TEST_F(Files, AreFoundWhereTheyMatch) {
 }
 
 TEST_F(Files, AreFoundInLargeDirectoriesWhenTheirNamesFit) {
-  const size_t cbHere = strHere_.size();
-  const std::string strFits(255 - cbHere, 'f');
+  const std::string strFits(255 - strHere_.size(), 'f'), strDir(254 - strHere_.size(), 'd');
   LiftLimits();
   Make({strFits, strFits + 'g'});
-  for (const size_t cb : {254 - cbHere, 255 - cbHere}) fs::create_directory(std::string(cb, 'd'));
+  for (const std::string &str : {strDir, strDir + 'd'}) fs::create_directory(str);
   EXPECT_EQ(FindAll(true, "*"), Names{strHere_ + strFits});
   EXPECT_EQ(FindAll(false, strHere_).size(), 3u);
   for (int i = 0; i < 12000; i++) fs::create_hard_link(strFits, "n" + std::to_string(i));

@@ -1,5 +1,6 @@
 // iniwrite_test.cpp: writing INI files, and reading back what was written.
 
+#include <array>
 #include <deque>
 
 #include "described.h"
@@ -35,8 +36,7 @@ class IniWriting : public FileTest {
     for (ULONG ul = Random(9); ul > 0; ul--) Add(sdsc, Value(3));
     if (Random(2)) Add(sdsc, Named(FT_VALUELIST, 1, &elements_.emplace_back(Value(1))));
     for (ULONG ul = iDepth > 0 ? Random(4) : 0; ul > 0; ul--) {
-      constexpr ULONG aulType[] = {FT_STRUCT, FT_STRUCT, FT_STRUCTLIST, FT_STRUCTPTR};
-      const ULONG ulType = aulType[Random(4)];
+      const ULONG ulType = std::to_array<ULONG>({FT_STRUCT, FT_STRUCT, FT_STRUCTLIST, FT_STRUCTPTR})[Random(4)];
       Add(sdsc, Named(ulType, ulType == FT_STRUCT ? 1 + Random(3) : 1, Structure(iDepth - 1)));
     }
     return &sdsc;
@@ -77,7 +77,7 @@ class IniWriting : public FileTest {
     if (ulType == FT_STRUCT) return Fill(StructureOf(fdsc), pb);
     if (ulType == FT_STRUCTPTR) return Set(pb, Random(2) ? NewStructure(fdsc) : nullptr);
     if (ulType > FT_STRUCT) return Set(pb, NewList(fdsc));
-    if (ulType == FT_PSZ) return Set(pb, MemAllocString_(Text(Random(INI_MAX_TEXT + 1)).c_str(), __LINE__, "test"));
+    if (ulType == FT_PSZ) return Set(pb, NewText());
     if (ulType == FT_STRING) return void(std::memcpy(pb, Text(cb - 1).c_str(), cb));
     if (ulType == FT_FIXEDSTRING) return void(std::memset(pb, static_cast<int>('a' + Random(21)), cb));
     if (ulType == FT_DOTTED) return void(std::memcpy(pb, Random(2) ? "a  bcde" : "abc    ", cb));
@@ -96,12 +96,12 @@ class IniWriting : public FileTest {
     return Fill(StructureOf(fdsc), static_cast<BYTE *>(pv)), pv;
   }
 
+  char *NewText() { return MemAllocString_(Text(Random(INI_MAX_TEXT + 1)).c_str(), __LINE__, "test"); }
+
   void *NewValue(const FDSC &fdsc) {
-    void *pv = MemAllocMem_(Extent(fdsc), __LINE__, "test"), *pvText;
-    FillField(fdsc, static_cast<BYTE *>(pv));
-    if (fdsc.ulType != FT_PSZ) return pv;
-    std::memcpy(&pvText, pv, sizeof pvText);
-    return MemFreeMem_(pv), pvText;
+    if (fdsc.ulType == FT_PSZ) return NewText();
+    void *pv = MemAllocMem_(Extent(fdsc), __LINE__, "test");
+    return FillField(fdsc, static_cast<BYTE *>(pv)), pv;
   }
 
   LIST *NewList(const FDSC &fdsc) {

@@ -2,6 +2,8 @@
 
 #include "zebbase/swp.h"
 
+#include <numeric>
+
 #include "described.h"
 #include "support.h"
 
@@ -48,9 +50,9 @@ TEST(SwpSwapField, LeavesWhatIsNoNumberAndMovesOverIt) {
   for (const ULONG ulType : {2U, 9U, 10U, 14U, 15U, 16U, 17U, 18U, 24U, 29U, 26U, 27U, 28U, 4U})
     sdsc.afdsc[sdsc.ulFields++] = Field("", ulType, 2, &sdsc);
   const FDSC fdsc = Field("", FT_STRUCT, 2, &sdsc);
-  Bytes ab(2 * (4 * 2 + 6 * 8 + 4)), abExpected;
-  for (ULONG ul = 0; ul < ab.size(); ul++) ab[ul] = static_cast<BYTE>(ul);
-  abExpected = ab;
+  Bytes ab(2 * (4 * 2 + 6 * 8 + 4));
+  std::iota(ab.begin(), ab.end(), BYTE{0});
+  Bytes abExpected = ab;
   for (const ULONG ul : {56U, 58U, 116U, 118U}) std::swap(abExpected[ul], abExpected[ul + 1]);
   BYTE *pb = ab.data();
   SwpSwapField(&pb, &fdsc, 0);

@@ -42,7 +42,7 @@ TEST(TagWriteRecord, WritesTheMachinesOrderAndSaysWhatCouldNotBeWritten) {
   }
 }
 
-TEST(TagReadTag, GivesTheSameNumbersForBothOrdersAndKeepsTheMark) {
+TEST(TagReadTag, GivesTheSameNumbersForBothOrdersAndRefusesWhatIsNoHeader) {
   for (const auto &str : {strLittle, strBig}) {
     TAG tag;
     ASSERT_EQ(TagReadTag(NewFile(str).get(), &tag), 0U);
@@ -52,10 +52,7 @@ TEST(TagReadTag, GivesTheSameNumbersForBothOrdersAndKeepsTheMark) {
     EXPECT_EQ(TagWriteTag(NewFile().get(), &tag), 0U);
     EXPECT_EQ(std::memcmp(&tag, strNative.data(), sizeof tag), 0); // whatever the mark was, it is now the truth
   }
-}
-
-TEST(Tag, RefusesWhatIsNoHeaderAndLeavesItAsItWasRead) {
-  TAG tag;
+  TAG tag; // what is no header stays as it was read
   for (const auto &str : {"M\x1E" + strBig.substr(2), "J" + strLittle.substr(1)}) {
     EXPECT_EQ(TagReadTag(NewFile(str).get(), &tag), ULONG{ERROR_TAG_BAD_HEADER}) << str;
     EXPECT_EQ(std::memcmp(&tag, str.data(), sizeof tag), 0) << str;
