@@ -2,17 +2,13 @@
 
 #include <array>
 #include <deque>
+#include <span>
 
 #include "described.h"
 #include "input.h"
 
 namespace {
-template <typename T>
-void Set(BYTE *pb, T t) {
-  std::memcpy(pb, &t, sizeof t);
-}
-
-// Files that are written; and descriptors of random structures, with data that fit them. Names have four letters, so
+// Files that are written; and descriptors of random structures, with their data as text. Names have four letters, so
 // that joined names never collide.
 class IniWriting : public FileTest {
  protected:
@@ -33,8 +29,8 @@ class IniWriting : public FileTest {
 
   const SDSC *Structure(int iDepth) {
     SDSC &sdsc = sdscs_.emplace_back();
-    for (ULONG ul = Random(9); ul > 0; ul--) Add(sdsc, Value(3));
-    if (Random(2)) Add(sdsc, Named(FT_VALUELIST, 1, &elements_.emplace_back(Value(1))));
+    for (ULONG ul = Random(9); ul > 0; ul--) Add(sdsc, Key(3));
+    if (Random(2)) Add(sdsc, Named(FT_VALUELIST, 1, &elements_.emplace_back(Key(1))));
     for (ULONG ul = iDepth > 0 ? Random(4) : 0; ul > 0; ul--) {
       const ULONG ulType = std::to_array<ULONG>({FT_STRUCT, FT_STRUCT, FT_STRUCTLIST, FT_STRUCTPTR})[Random(4)];
       Add(sdsc, Named(ulType, ulType == FT_STRUCT ? 1 + Random(3) : 1, Structure(iDepth - 1)));
@@ -42,12 +38,17 @@ class IniWriting : public FileTest {
     return &sdsc;
   }
 
-  void Fill(const SDSC &sdsc, BYTE *pb) {
-    for (ULONG ul = 0; ul < sdsc.ulFields; pb += Extent(sdsc.afdsc[ul++])) FillField(sdsc.afdsc[ul], pb);
+  // Puts any data of a structure into a file as the writer is to put them: its section, with the keys and then the
+  // sections within.
+  void PutStructure(std::string &str, const SDSC &sdsc, const std::string &strTitle) {
+    str += "\n[" + strTitle + " ]\n";
+    for (const bool fSections : {false, true})
+      for (const FDSC &fdsc : std::span(sdsc.afdsc, sdsc.ulFields))
+        if ((fdsc.ulType >= FT_STRUCT) == fSections && !fdsc.flFlags) PutField(str, fdsc, strTitle);
   }
 
  private:
-  FDSC Value(ULONG ulMostElements) {
+  FDSC Key(ULONG ulMostElements) {
     FDSC fdsc = Named(Random(FT_INTERVAL + 1), 1, nullptr);
     fdsc.ulCount = 1 + Random(IsText(fdsc) ? 31 : ulMostElements);
     if (fdsc.ulType == FT_ENUM16 || fdsc.ulType == FT_ENUM32) fdsc.pvDesc = &edsc_;
@@ -60,56 +61,44 @@ class IniWriting : public FileTest {
     return fdsc;
   }
 
-  std::string Text(ULONG ulLength) { // may begin and end with blanks: it is quoted
-    constexpr char achText[] = "ab XY09[]=#;%.,-_\\\xE4";
-    std::string str(ulLength, ' ');
-    for (char &ch : str) ch = achText[Random(sizeof achText - 1)];
-    return str;
+  void PutField(std::string &str, const FDSC &fdsc, const std::string &strTitle) {
+    const bool fList = fdsc.ulType == FT_STRUCTLIST || fdsc.ulType == FT_VALUELIST;
+    const ULONG ulElements = fList ? Random(5) : fdsc.ulType == FT_STRUCTPTR ? Random(2) : Elements(fdsc);
+    const FDSC &fdscValue = fdsc.ulType == FT_VALUELIST ? ItemOf(fdsc) : fdsc;
+    for (ULONG ul = 1; ul <= ulElements; ul++) {
+      const std::string strName = fdscValue.pszName + (fList || ulElements > 1 ? " " + std::to_string(ul) : "");
+      if (fdscValue.ulType < FT_STRUCT)
+        str += "  " + strName + " = " + Value(fdscValue) + "\n";
+      else
+        PutStructure(str, StructureOf(fdsc), strTitle + " " + strName);
+    }
   }
 
-  void FillField(const FDSC &fdsc, BYTE *pb) {
-    if (fdsc.flFlags & FDSC_NOINI) return;
-    for (ULONG ul = 0; ul < Elements(fdsc); ul++, pb += ElementSize(fdsc)) FillElement(fdsc, pb);
-  }
-
-  void FillElement(const FDSC &fdsc, BYTE *pb) {
-    const ULONG ulType = fdsc.ulType, cb = ElementSize(fdsc);
-    if (ulType == FT_STRUCT) return Fill(StructureOf(fdsc), pb);
-    if (ulType == FT_STRUCTPTR) return Set(pb, Random(2) ? NewStructure(fdsc) : nullptr);
-    if (ulType > FT_STRUCT) return Set(pb, NewList(fdsc));
-    if (ulType == FT_PSZ) return Set(pb, NewText());
-    if (ulType == FT_STRING) return void(std::memcpy(pb, Text(cb - 1).c_str(), cb));
-    if (ulType == FT_FIXEDSTRING) return void(std::memset(pb, static_cast<int>('a' + Random(21)), cb));
-    if (ulType == FT_DOTTED) return void(std::memcpy(pb, Random(2) ? "a  bcde" : "abc    ", cb));
-    const LONG lChoice = fdsc.pvDesc ? edsc_.alValue[Random(3)] : static_cast<LONG>(Random(2));
-    if (ulType == FT_BOOL16 || ulType == FT_ENUM16) return Set(pb, static_cast<USHORT>(lChoice));
-    if (ulType == FT_BOOL32 || ulType == FT_ENUM32) return Set(pb, lChoice);
-    if (ulType == FT_FLOAT) return Set(pb, static_cast<float>(Random(100001)) / 64 - 500);
-    if (ulType == FT_DOUBLE) return Set(pb, static_cast<double>(Random(0xFFFFFFFF)) / 64 - 1e6);
-    if (ulType == FT_REALTIME) return Set(pb, static_cast<REALTIME>(Random(0xFFFFFFFF)) + 0.5);
-    if (ulType >= FT_VERBOSITY) return Set(pb, 1 + Random(ulType == FT_INTERVAL ? 0xFFFFFFFF : 0xFFFF));
-    for (ULONG ul = 0; ul < cb; ul++) pb[ul] = static_cast<BYTE>(Random(256));
-  }
-
-  void *NewStructure(const FDSC &fdsc) {
-    void *pv = MemAllocMem_(StructureOf(fdsc).ulSize, __LINE__, "test");
-    return Fill(StructureOf(fdsc), static_cast<BYTE *>(pv)), pv;
-  }
-
-  char *NewText() { return MemAllocString_(Text(Random(INI_MAX_TEXT + 1)).c_str(), __LINE__, "test"); }
-
-  void *NewValue(const FDSC &fdsc) {
-    if (fdsc.ulType == FT_PSZ) return NewText();
-    void *pv = MemAllocMem_(Extent(fdsc), __LINE__, "test");
-    return FillField(fdsc, static_cast<BYTE *>(pv)), pv;
-  }
-
-  LIST *NewList(const FDSC &fdsc) {
-    const ULONG ulItems = Random(5);
-    LIST *plst = ulItems ? LstNewList(0) : nullptr;
-    for (ULONG ul = 0; ul < ulItems; ul++)
-      LstInsert(plst, fdsc.ulType == FT_STRUCTLIST ? NewStructure(fdsc) : NewValue(ItemOf(fdsc)), LST_END);
-    return plst;
+  std::string Value(const FDSC &fdsc) { // any, as it is written; a quoted one may begin and end with blanks
+    static const char *const apszValues[] = {"TRUE~FALSE",
+                                             "TRUE~FALSE",
+                                             "0~17~255",
+                                             "-32768~-1~32767",
+                                             "0~65535",
+                                             "-2147483648~2147483647",
+                                             "0~4294967295",
+                                             "-1.500000~1000000.250000",
+                                             "-0.015625~4294967295.500000",
+                                             "",
+                                             "",
+                                             "One~Two~Three",
+                                             "One~Two~Three",
+                                             "1970-01-01_00:00:01.5000~2106-02-07_06:28:15.5000",
+                                             "",
+                                             "\"a.bcde\"~\"abc.\"~\"a.b\"",
+                                             "Error|Debug|Area12~ Warning|Area1",
+                                             "1d1h1m1s~59s~49710d"};
+    const auto astr = Split(apszValues[fdsc.ulType]);
+    if (!astr.empty()) return astr[Random(astr.size())];
+    const bool fFixed = fdsc.ulType == FT_FIXEDSTRING;
+    std::string str(fFixed ? fdsc.ulCount : Random(fdsc.ulType == FT_PSZ ? INI_MAX_TEXT + 1 : fdsc.ulCount), ' ');
+    for (char &ch : str) ch = "ab XY09[]=#;%.,-_\\\xE4"[Random(fFixed ? 18 : 19)]; // the last one is not printable
+    return '"' + str + '"';
   }
 
   std::deque<SDSC> sdscs_;
@@ -119,19 +108,20 @@ class IniWriting : public FileTest {
   EDSC edsc_ = {3, {"One", "Two", "Three"}, {1, -2, 40000}};
 };
 
-TEST_F(IniWriting, IsReadBackByIniRead) {
+TEST_F(IniWriting, GivesTheFileThatWasRead) {
   LiftLimits();
   for (int i = 0; i < 300; i++) {
     const SDSC *psdsc = Structure(3);
     const FDSC fdsc = Named(FT_STRUCT, 1, psdsc);
-    std::vector<BYTE> ab(psdsc->ulSize + 1), abRead = ab; // written and read at odd addresses
-    Fill(*psdsc, &ab[1]);
-    const std::string strText = Written({{&ab[1], &fdsc}});
-    INIFILE *pini = IniOpen("config.ini", INI_MODE_READ);
-    ASSERT_TRUE(pini) << strText;
-    EXPECT_EQ(IniRead(pini, &abRead[1], &fdsc), 0u) << strText;
+    std::string str = "[ config.ini ]\n";
+    PutStructure(str, *psdsc, std::string(" ") + fdsc.pszName);
+    Write(str);
+    std::vector<BYTE> ab(psdsc->ulSize + 1); // read and written at odd addresses
+    INIFILE *pini = IniOpen("input", INI_MODE_READ);
+    EXPECT_EQ(IniRead(pini, &ab[1], &fdsc), 0u) << str;
     IniClose(pini);
-    ASSERT_EQ(TakeApart(fdsc, &abRead[1]), TakeApart(fdsc, &ab[1])) << strText;
+    EXPECT_EQ(Written({{&ab[1], &fdsc}}), str);
+    TakeApart(fdsc, &ab[1]);
   }
 }
 
@@ -147,6 +137,7 @@ TEST_F(IniWriting, WritesKeysThenSectionsUnderTheirPath) {
   LIST *aplst[] = {LstNewList(0), LstNewList(0), nullptr}; // the routes, the texts, and none
   for (const char *psz : {"north", "south"})
     for (LIST *plst : {aplst[0], aplst[1]}) LstInsert(plst, MemAllocString_(psz, __LINE__, "test"), LST_END);
+  LstInsert(aplst[1], nullptr, LST_END);
   const ULONG aulPort[] = {80, 8080};
   BYTE abServer[34] = "alpha";
   std::memcpy(abServer + 6, aplst, sizeof aplst);
@@ -158,7 +149,7 @@ TEST_F(IniWriting, WritesKeysThenSectionsUnderTheirPath) {
             "[ config.ini ]\n  Verbose = TRUE\n"
             "\n[ Server ]\n  Name = \"alpha\"\n  Port 1 = 50\n  Port 2 = 1F90\n  Fixed = \"ab      \"\n"
             "\n[ Server Route 1 ]\n  Target = \"north\"\n\n[ Server Route 2 ]\n  Target = \"south\"\n"
-            "  Text 1 = \"north\"\n  Text 2 = \"south\"\n"
+            "  Text 1 = \"north\"\n  Text 2 = \"south\"\n  Text 3 = \"\"\n"
             "\n[ Item 1 ]\n  Target = \"one\"\n\n[ Item 2 ]\n  Target = \"two\"\n");
   TakeApart(fdscServer, abServer);
 }
