@@ -75,8 +75,7 @@ TEST_F(MemoryTest, ReportsADamagedBlockAndFreesItWhateverItsLinksAre) {
   Reports reports;
   for (ULONG ulDamaged = 0; ulDamaged < 3; ulDamaged++)
     for (const long lBytes : {0L, 1L, 100L})
-      for (const long lOffset :
-           {-20L, -16L, -4L, -1L, lBytes}) { // through both links, one, the guard; a bit of a guard
+      for (const long lOffset : {-20L, -16L, -4L, -1L, lBytes}) { // from both links, one, or the guard on; one bit
         const ULONG ulBytes = static_cast<ULONG>(lBytes);
         char *apch[] = {Alloc(ulBytes), Alloc(ulBytes), Alloc(ulBytes)};
         char *pch = std::exchange(apch[ulDamaged], nullptr);
