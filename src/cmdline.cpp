@@ -52,12 +52,12 @@ const TYPE &TypeOf(const CMDOPTION &cmdo) {
 
 enum class Kind { Positional, SwitchArgument, Switch, None }; // None: a switch without a character
 
+bool IsSwitch(const CMDOPTION &cmdo) { return cmdo.fFlag && cmdo.chSwitchId; }
+
 Kind KindOf(const CMDOPTION &cmdo) {
-  if (cmdo.fFlag) return cmdo.chSwitchId ? Kind::Switch : Kind::None;
+  if (cmdo.fFlag) return IsSwitch(cmdo) ? Kind::Switch : Kind::None;
   return cmdo.chSwitchId ? Kind::SwitchArgument : Kind::Positional;
 }
-
-bool IsSwitch(const CMDOPTION &cmdo) { return cmdo.fFlag && cmdo.chSwitchId; }
 
 // Whether the entry behind ulEntry is in the same exclusive group.
 bool GroupGoesOn(ConstTable acmdo, ULONG ulEntry) {
@@ -306,7 +306,8 @@ class Parse {
     }
   }
 
-  // Notes the first switch of each character among the entries behind the prefix.
+  // Notes the first switch of each character among the entries behind the prefix. From there on the current entry only
+  // moves over positional arguments, so no switch drops out.
   void IndexSwitches() {
     std::memset(aulSwitch_, 0, sizeof aulSwitch_);
     for (ULONG ulNumber = acmdo_.size(); ulNumber > ulEntry_; ulNumber--) {
@@ -374,9 +375,9 @@ class Parse {
 
 std::span<char *> ArgumentsOf(LONG argc, char **argv) {
   if (!argv || argc < 1) return {};
-  char **ppsz = argv + 1;
-  while (ppsz < argv + argc && *ppsz) ppsz++;
-  return {argv + 1, ppsz};
+  ULONG ulEnd = 1; // argc may be larger than the vector
+  while (ulEnd < static_cast<ULONG>(argc) && argv[ulEnd]) ulEnd++;
+  return {argv + 1, ulEnd - 1};
 }
 
 // Prints an entry of the usage line and gives the last entry that this covers: a switch covers its arguments.
