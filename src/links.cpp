@@ -53,6 +53,11 @@ void Link(LIST *plst, LISTITEM *pli, LISTITEM *pliPrev, LISTITEM *pliNext) {
     pli->ulIndex = plst->fIndexed ? plst->ulCount - 1 : 0;
 }
 
+void LinkAtEnd(LIST *plst, LISTITEM *pli, ULONG flFlags) { // at the one that the flags name
+  const bool fLast = (flFlags & LST_END) != 0;
+  Link(plst, pli, fLast ? plst->pliLast : nullptr, fLast ? nullptr : plst->pliFirst);
+}
+
 void Unlink(LISTITEM *pli) {
   LIST *plst = pli->plst;
   Part(plst, pli);
@@ -92,7 +97,7 @@ struct StrictOrder {
   }
 };
 
-constexpr ULONG ulNoExchange = 0; // a pass gives 1 + the position of its last exchange, or this
+constexpr ULONG ulNoExchange = 0; // a pass with a gap of 1 gives 1 + the position of its last exchange, or this
 
 ULONG NextGap(ULONG ulGap) {
   ulGap = ulGap / 4 * 3 + ulGap % 4 * 3 / 4; // three quarters, without overflow
@@ -278,15 +283,14 @@ LISTITEM *LstInsert(LIST *plst, void *pvData, ULONG flFlags) {
   if (!plst) return nullptr;
   LISTITEM *pli = LstNew(pvData);
   if (!pli) return nullptr;
-  if (flFlags & LST_END)
-    Link(plst, pli, plst->pliLast, nullptr);
-  else
-    Link(plst, pli, nullptr, plst->pliFirst);
+  LinkAtEnd(plst, pli, flFlags);
   return pli;
 }
 
 BOOL LstInsertItem(LIST *plst, LISTITEM *pli, ULONG flFlags) {
-  return flFlags & LST_END ? LstInsertBefore(plst, pli, nullptr) : LstInsertAfter(plst, pli, nullptr);
+  if (!IsLinkable(plst, pli)) return 0;
+  LinkAtEnd(plst, pli, flFlags);
+  return 1;
 }
 
 BOOL LstInsertBefore(LIST *plst, LISTITEM *pli, LISTITEM *pliRef) {
