@@ -85,7 +85,8 @@ TEST_F(PrsParse, DeliversTheLinesThatAModelDoes) {
   for (int i = 0; i < 3000; i++) {
     const ULONG aulStyle[] = {0, 1, 1, 1, 2, 3, 4, 5, 8, 9, 12, 17}, fl = aulStyle[Random(12)];
     auto astr = Split("/~*~//~/*~*/~#~ ~\t~rem~x~\n~\n~\n~\r\n~\r~\n# 12 \"open\n~\n#12\n~\n" + strMarker);
-    for (const char ch : {'x', '/'}) astr.push_back(std::string(Random(8) ? 1 : 2030 + Random(30), ch));
+    for (const char ch : {'x', '/'})
+      astr.push_back(Random(6) ? std::string(1, ch) : '\n' + std::string(2043 + Random(8), ch) + "/*\n");
     const std::string strInput = Some(astr, 25) + std::string(Random(2), '\0') + Some(astr, 5);
     const ULONG ulLine = Random(8);
     SCOPED_TRACE("style " + std::to_string(fl) + ": " + testing::PrintToString(strInput));
