@@ -148,8 +148,9 @@ void PutErrorLine(const REPORT &report, FILE *pfConsole, bool fLog) {
   BuildErrorLine(line, szNow, report);
   TextBuffer<cbLine + 1> text; // the line with its line feed
   text.Put(line.Text()).Put('\n');
-  if (pfConsole) std::fwrite(text.View().data(), 1, text.Length(), pfConsole);
-  if (fLog) AppendToDailyLog(report.pszTask, szNow, {text.View()});
+  const std::string_view sv = text.View();
+  if (pfConsole) std::fwrite(sv.data(), 1, sv.size(), pfConsole);
+  if (fLog) AppendToDailyLog(report.pszTask, szNow, sv);
 }
 
 // A report whose channel has no function is not lost.

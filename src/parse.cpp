@@ -49,7 +49,7 @@ struct PARSECTX {
   bool fCovered;        // the line's terminator stands on the first character of that,
   char chCovered;       // which is this one
   bool fHasZero;        // whether a zero byte has been read
-  const char *pchSlash; // the first '/' of achBuffer from some line on; null when it must be looked for
+  const char *pchSlash; // the first '/' of achBuffer from some line on; null or before the line: to be looked for
   char achBuffer[16384 + ulStep];
 };
 
@@ -91,9 +91,9 @@ bool IsAtEnd(const PARSECTX *pprs) { return !pprs || pprs->fEndOfFile; }
 inline const char *Find(const char *pch, const char *pchEnd, char ch) {
 #ifdef __SSE2__
   static_assert(ulStep == sizeof(__m128i));
-  int iSought = ch * 0x01010101; // filled up in a register: from memory it would take the address of the library's data
-  asm("" : "+r"(iSought));
-  const __m128i mSought = _mm_set1_epi32(iSought);
+  ULONG ulSought = static_cast<unsigned char>(ch) * 0x01010101UL;
+  asm("" : "+r"(ulSought)); // filled up in a register: in memory, its address would first have to be found out
+  const __m128i mSought = _mm_set1_epi32(static_cast<int>(ulSought));
   for (; pch < pchEnd; pch += ulStep) {
     const __m128i mFound = _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pch)), mSought);
     const auto uFound = static_cast<unsigned>(_mm_movemask_epi8(mFound));
@@ -672,6 +672,6 @@ BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {
 BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern) {
   const char *psz = pprs ? pprs->pszCurrent : nullptr;
   while (psz && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0')
-    psz = PassElement(pprs, ReadElement(pszPattern), Skip(psz, IsWhite));
+    psz = PassElement(pprs, ReadElement(pszPattern), SkipWhite(pprs, psz));
   return psz != nullptr;
 }

@@ -37,7 +37,7 @@ inline int CompareNoCase(const char *psz1, const char *psz2, std::size_t cb) {
   return 0;
 }
 
-// Copies few characters: a call of memcpy would take longer than the copying.
+// Copies characters of which there are hundreds at most, and mostly a few: a call of memcpy would take longer.
 inline void CopyFew(char *pch, std::string_view sv) {
   const char *pchSource = sv.data();
   std::size_t cb = sv.size();
@@ -45,7 +45,7 @@ inline void CopyFew(char *pch, std::string_view sv) {
   for (; cb > 0; cb--) *pch++ = *pchSource++;
 }
 
-// Copies characters that are mostly few.
+// Copies any number of characters, mostly a few.
 inline void CopyText(char *pch, std::string_view sv) {
   if (sv.size() > 32)
     std::memcpy(pch, sv.data(), sv.size());

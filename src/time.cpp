@@ -73,7 +73,8 @@ inline LONG AnyJulianDay(LONG lYear, LONG lMonth, LONG lDay) {
 }
 
 // The date of a day counted from 1970-01-01, up to the last one of a REALTIME, in 2106. Years are taken to begin on 1
-// March, so that the leap day ends them; every fourth has one, with one exception that is given a day, too.
+// March, so that the leap day ends them. Every fourth has one but that of 2100, which is counted as if it had: the days
+// behind it are moved by one.
 inline DATE CalendarDate(ULONG ulDays) {
   constexpr ULONG ulDaysToEpoch = 671;                                                     // from 1 March 1968
   constexpr ULONG ulAfterFebruary = 47541;                                                 // 1 March 2100
