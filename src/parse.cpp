@@ -49,7 +49,7 @@ struct PARSECTX {
   bool fCovered;        // the line's terminator stands on the first character of that,
   char chCovered;       // which is this one
   bool fHasZero;        // whether a zero byte has been read
-  const char *pchSlash; // the first '/' of achBuffer from some line on; null or before the line: to be looked for
+  const char *pchSlash; // the first '/' of achBuffer from some line on; before the line, it must be looked for
   char achBuffer[16384 + ulStep];
 };
 
@@ -123,7 +123,7 @@ const char *EndOfLine(const PARSECTX *pprs) { return pprs->pszLine + pprs->ulLen
   cb = std::max<ssize_t>(cb, 0);
   pprs->pchNext = pprs->achBuffer;
   pprs->pchEnd = pch + cb;
-  pprs->pchSlash = nullptr;
+  pprs->pchSlash = pprs->achBuffer;
   pprs->fHasZero |= std::memchr(pch, '\0', static_cast<std::size_t>(cb)) != nullptr;
   return cb > 0;
 }
@@ -147,7 +147,7 @@ ULONG ReadFromFile(PARSECTX *pprs) {
 
 [[gnu::noinline]] ULONG ReadFromStream(PARSECTX *pprs) {
   pprs->fHasZero = true; // perhaps: fgets does not say how much it read
-  pprs->pchSlash = nullptr;
+  pprs->pchSlash = pprs->achBuffer;
   pprs->pchNext = pprs->achBuffer;
   const char *psz = std::fgets(pprs->achBuffer, PRS_LINE_SIZE, pprs->pfileInput);
   pprs->pchEnd = pprs->achBuffer + (psz ? std::max<ULONG>(std::strlen(psz), 1) : 0);
@@ -269,15 +269,16 @@ class CCommentFilter {
 
 bool HasSlash(PARSECTX *pprs) {
   const char *pchSlash = pprs->pchSlash;
-  if (!pchSlash || pchSlash < pprs->pszLine) pchSlash = FindSlash(pprs);
+  if (pchSlash < pprs->pszLine) pchSlash = FindSlash(pprs);
   return pchSlash < EndOfLine(pprs);
 }
+
+bool IsEmpty(const PARSECTX *pprs) { return pprs->ulLength == 0 || IsLineEnd(pprs->pszLine[0]); } // an input line
 
 // The filters of lines, one for each style. Result: whether the current line is kept.
 
 bool RemoveCComments(PARSECTX *pprs) {
-  const char *psz = pprs->pszLine;
-  if (psz[0] == '\0' || (IsLineEnd(psz[0]) && psz[1] == '\0')) return false; // an empty input line
+  if (pprs->ulLength <= 1 && IsEmpty(pprs)) return false;
   if (!pprs->fInComment && !HasSlash(pprs)) return true;
   return FilterCComments(pprs);
 }
