@@ -116,8 +116,8 @@ inline char *PutPair(char *pch, ULONG ul) { // below 100; gives the end of what 
 
 inline ULONG CountDigits(ULONG ul) {
   static constexpr ULONG aulPower[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
-  const auto uLog10 = static_cast<ULONG>(std::bit_width(ul)) * 1233 >> 12; // or one more than that
-  return uLog10 + (ul >= aulPower[uLog10]);
+  const auto ulLog10 = static_cast<ULONG>(std::bit_width(ul)) * 1233 >> 12; // or one more than that
+  return ulLog10 + (ul >= aulPower[ulLog10]);
 }
 
 constexpr ULONG ulMostDigits = 10; // of 32 bits in decimal
