@@ -273,6 +273,12 @@ bool HasSlash(PARSECTX *pprs) {
   return pchSlash < EndOfLine(pprs);
 }
 
+// Whether the current line surely has nothing to filter: it ends before the next '/'. Only PRS_CCOMMENTS looks for that,
+// so lines of other styles never do.
+bool IsPlain(const PARSECTX *pprs) {
+  return EndOfLine(pprs) <= pprs->pchSlash && pprs->ulLength > 1 && !pprs->fInComment;
+}
+
 bool IsEmpty(const PARSECTX *pprs) { return pprs->ulLength == 0 || IsLineEnd(pprs->pszLine[0]); } // an input line
 
 // The filters of lines, one for each style. Result: whether the current line is kept.
@@ -525,7 +531,7 @@ BOOL PrsNextLine(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return 0;
   while (ReadLine(pprs)) {
     pprs->ulLine++;
-    if (pprs->pfnFilter && !pprs->pfnFilter(pprs)) continue;
+    if (pprs->pfnFilter && !IsPlain(pprs) && !pprs->pfnFilter(pprs)) continue;
     pprs->pszCurrent = SkipWhite(pprs, pprs->pszLine);
     return 1;
   }
