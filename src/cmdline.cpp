@@ -105,7 +105,8 @@ bool IsContained(const char *psz) {
 }
 
 // The program chooses the conversion, and four characters of it can store a long text, or have two targets ("%d%s"). So
-// it stores into two targets with room for every text that it is shown, be it of wide characters.
+// it stores into two targets with room for every text that it is shown, be it of wide characters. Plain conversions do
+// without that room: it is not on their stack.
 [[gnu::noinline]] bool ScanAnything(const char *pszText, const char *pszConversion, void *pvValue) {
   if (!IsContained(pszConversion)) return false;
   TextBuffer<FIL_MAX_PATH> text;

@@ -309,10 +309,8 @@ BOOL MemDumpMemory(FILE *pf) {
   ULONG ulNumber = 0;
   char achBuffer[8192];
   Output out(pf, achBuffer, sizeof achBuffer);
-  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb)) {
-    char *pch = out.Room(ulMostDumpLine);
-    out.Took(PutDumpLine(pch, ++ulNumber, pmb));
-  }
+  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb))
+    out.Took(PutDumpLine(out.Room(ulMostDumpLine), ++ulNumber, pmb));
   out.Flush();
   return 1;
 }

@@ -279,12 +279,14 @@ bool IsPlain(const PARSECTX *pprs) {
   return EndOfLine(pprs) <= pprs->pchSlash && pprs->ulLength > 1 && !pprs->fInComment;
 }
 
-bool IsEmpty(const PARSECTX *pprs) { return pprs->ulLength == 0 || IsLineEnd(pprs->pszLine[0]); } // an input line
+bool IsEmpty(const PARSECTX *pprs) { // an input line with nothing but its line feed
+  return pprs->ulLength == 0 || (pprs->ulLength == 1 && IsLineEnd(pprs->pszLine[0]));
+}
 
 // The filters of lines, one for each style. Result: whether the current line is kept.
 
 bool RemoveCComments(PARSECTX *pprs) {
-  if (pprs->ulLength <= 1 && IsEmpty(pprs)) return false;
+  if (IsEmpty(pprs)) return false;
   if (!pprs->fInComment && !HasSlash(pprs)) return true;
   return FilterCComments(pprs);
 }
