@@ -4,16 +4,11 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include "list.h"
+
 BOOL FoundHasWildcards(const char *pszPath) {
   char szName[FIL_MAX_PATH];
   return FilGetFileNameOf(szName, pszPath) && strpbrk(szName, "*?") != NULL;
-}
-
-static void Append(LIST *plst, const FOUND *pfnd) {
-  FOUND *pfndCopy = MemAllocMem_(sizeof *pfndCopy, __LINE__, __FILE__);
-  if (!pfndCopy) return;
-  *pfndCopy = *pfnd;
-  if (!LstInsert(plst, pfndCopy, LST_END)) MemFreeMem_(pfndCopy);
 }
 
 /* "." and "..", which every folder has. */
@@ -28,7 +23,7 @@ static void SearchFolders(LIST *plst, const char *pszFolder) {
   FILSEARCH *pSearch = NULL;
   ULONG ulKept = 0;
   while (FilGetNextPath(&pSearch, pszFolder, fnd.szPath))
-    if (!IsDotFolder(fnd.szPath) && ulKept++ < FOUND_MAX) Append(plst, &fnd);
+    if (!IsDotFolder(fnd.szPath) && ulKept++ < FOUND_MAX) ListAppend(plst, &fnd, sizeof fnd);
 }
 
 static long long SearchFiles(LIST *plst, const char *pszPattern) {
@@ -41,7 +36,7 @@ static long long SearchFiles(LIST *plst, const char *pszPattern) {
     if (stat(fnd.szPath, &st) != 0) continue; /* gone by now */
     fnd.llSize = st.st_size;
     llAll += fnd.llSize;
-    if (ulKept++ < FOUND_MAX) Append(plst, &fnd);
+    if (ulKept++ < FOUND_MAX) ListAppend(plst, &fnd, sizeof fnd);
   }
   return llAll;
 }

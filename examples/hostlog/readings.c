@@ -9,6 +9,8 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include "list.h"
+
 #define MAX_MEMORY_NAMES 32UL
 #define TYPE_SIZE 16 /* bytes for the type of a file system */
 
@@ -18,12 +20,7 @@ typedef struct CPUTIMES { /* since the machine started, in ticks */
   ULONG ulCpus; /* 0 when nothing could be read */
 } CPUTIMES;
 
-static void Append(READINGS *prds, const READING *prd) {
-  READING *prdCopy = MemAllocMem_(sizeof *prdCopy, __LINE__, __FILE__);
-  if (!prdCopy) return;
-  *prdCopy = *prd;
-  if (!LstInsert(prds->plst, prdCopy, LST_END)) MemFreeMem_(prdCopy);
-}
+static void Append(READINGS *prds, const READING *prd) { ListAppend(prds->plst, prd, sizeof *prd); }
 
 /* --- Processors: /proc/stat, /proc/loadavg --- */
 
@@ -127,8 +124,7 @@ static void TakeNamedMemory(READINGS *prds, const SETTINGS *pset) {
   const char *apszName[MAX_MEMORY_NAMES] = {NULL};
   double adKiB[MAX_MEMORY_NAMES];
   ULONG ulNames = 0;
-  if (!pset->plstMemory) return;
-  for (const LISTITEM *pli = pset->plstMemory->pliFirst; pli && ulNames < MAX_MEMORY_NAMES; pli = pli->pliNext) {
+  for (const LISTITEM *pli = ListFirst(pset->plstMemory); pli && ulNames < MAX_MEMORY_NAMES; pli = pli->pliNext) {
     apszName[ulNames] = pli->pvData;
     adKiB[ulNames++] = -1;
   }
@@ -210,16 +206,13 @@ void ReadingsTake(READINGS *prds, const SETTINGS *pset) {
   TakeLoadAndTasks(prds, pset);
   TakeUsualMemory(prds, pset);
   TakeNamedMemory(prds, pset);
-  if (!pset->plstWatch) return;
-  for (const LISTITEM *pli = pset->plstWatch->pliFirst; pli; pli = pli->pliNext) {
+  for (const LISTITEM *pli = ListFirst(pset->plstWatch); pli; pli = pli->pliNext) {
     TakeFreeSpace(prds, pli->pvData);
     TakeFound(prds, pset, ((const WATCH *)pli->pvData)->pszPath);
   }
 }
 
 void ReadingsFree(READINGS *prds) {
-  LstDeleteAllBoth(prds->plst);
-  LstFreeList_(prds->plst);
-  LstDeleteAllBoth(prds->plstFound);
-  LstFreeList_(prds->plstFound);
+  ListFree(prds->plst);
+  ListFree(prds->plstFound);
 }

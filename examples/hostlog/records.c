@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "list.h"
+
 enum { TAG_DESCRIPTION = 1, TAG_SNAPSHOT = 2 }; /* records of other numbers are passed over */
 
 #define MAX_DATA 1048576UL     /* bytes of a snapshot */
@@ -59,8 +61,7 @@ static BOOL Open(RECORDFILE *prec, const char *pszFile, const char *pszMode) {
 }
 
 static int Close(RECORDFILE *prec) {
-  LstDeleteAllBoth(prec->plst);
-  LstFreeList_(prec->plst);
+  ListFree(prec->plst);
   if (prec->pfdsc) MemFreeMem_(prec->pfdsc);
   return prec->pf ? fclose(prec->pf) : 0;
 }
@@ -105,12 +106,8 @@ static BOOL NoteSnapshot(RECORDFILE *prec, off_t off, const TAG *ptag) {
   if (ptag->ulParam2 > prec->ulCounter) prec->ulCounter = ptag->ulParam2;
   if (!prec->plst) return 1;
   if (prec->plst->ulCount >= MAX_SNAPSHOTS) return Refuse(prec->pszName, "More than %lu snapshots", MAX_SNAPSHOTS);
-  PLACE *pplc = MemAllocMem_(sizeof *pplc, __LINE__, __FILE__);
-  if (!pplc) return RefuseForError(prec->pszName, ENOMEM);
-  *pplc = (PLACE){ptag->ulParam1, ptag->ulParam2, off, IsForeign(ptag)};
-  if (LstInsert(prec->plst, pplc, LST_END)) return 1;
-  MemFreeMem_(pplc);
-  return RefuseForError(prec->pszName, ENOMEM);
+  const PLACE plc = {ptag->ulParam1, ptag->ulParam2, off, IsForeign(ptag)};
+  return ListAppend(prec->plst, &plc, sizeof plc) || RefuseForError(prec->pszName, ENOMEM);
 }
 
 /* Goes over all records of the file. */
@@ -197,7 +194,7 @@ static BOOL PrintAll(const RECORDFILE *prec, REPORTKIND kind) {
   BYTE *pbPacked = MemAllocMem_(prec->ulData, __LINE__, __FILE__);
   BYTE *pbData = MemAllocMem_(prec->ulData, __LINE__, __FILE__);
   BOOL fGood = pbPacked && pbData;
-  for (const LISTITEM *pli = prec->plst->pliFirst; pli && fGood; pli = pli->pliNext)
+  for (const LISTITEM *pli = ListFirst(prec->plst); pli && fGood; pli = pli->pliNext)
     fGood = PrintSnapshot(prec, pli->pvData, pbPacked, pbData, kind);
   if (pbPacked) MemFreeMem_(pbPacked);
   if (pbData) MemFreeMem_(pbData);

@@ -5,6 +5,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "list.h"
+
 #define KIND_LIMIT 200UL /* the kind that hostlog's error lines carry */
 
 static const char *const apszLimit[] = {"", "at most", "at least"}; /* by LIMITKIND */
@@ -91,7 +93,7 @@ static void PrintReading(const READING *prd, const SETTINGS *pset) {
 static void PrintFound(const READINGS *prds, const SETTINGS *pset, BOOL fFolder) {
   ULONG ulPrinted = 0;
   const int iWidth = NameWidth(pset);
-  for (const LISTITEM *pli = prds->plstFound ? prds->plstFound->pliFirst : NULL; pli; pli = pli->pliNext) {
+  for (const LISTITEM *pli = ListFirst(prds->plstFound); pli; pli = pli->pliNext) {
     const FOUND *pfnd = pli->pvData;
     if (pfnd->fFolder != fFolder) continue;
     if (ulPrinted++ == 0) printf("%-*s %14s\n", iWidth, fFolder ? "FOLDER" : "FILE", fFolder ? "" : "BYTES");
@@ -107,8 +109,7 @@ static void PrintFound(const READINGS *prds, const SETTINGS *pset, BOOL fFolder)
 static void PrintLine(const READINGS *prds, const SETTINGS *pset) {
   char szTime[TME_STRING_SIZE];
   ULONG ulBeyond = 0;
-  for (const LISTITEM *pli = prds->plst ? prds->plst->pliFirst : NULL; pli; pli = pli->pliNext)
-    ulBeyond += IsBeyond(pli->pvData);
+  for (const LISTITEM *pli = ListFirst(prds->plst); pli; pli = pli->pliNext) ulBeyond += IsBeyond(pli->pvData);
   TmeRealTimeToString(prds->rtTaken, szTime);
   MscReplaceChar(szTime, '_', ' ');
   printf("%.19s UTC  %s  %lu readings, %lu beyond their limits\n", szTime, pset->szTitle,
@@ -123,7 +124,7 @@ void ReportPrint(const READINGS *prds, const SETTINGS *pset, REPORTKIND kind) {
   PrintHeading(prds, pset);
   printf("\n%-*s %14s    %s\n", NameWidth(pset), "READING", "VALUE", pset->fShowLimits ? "            LIMIT" : "");
   if (!prds->plst) return;
-  for (const LISTITEM *pli = prds->plst->pliFirst; pli; pli = pli->pliNext) PrintReading(pli->pvData, pset);
+  for (const LISTITEM *pli = ListFirst(prds->plst); pli; pli = pli->pliNext) PrintReading(pli->pvData, pset);
   putchar('\n');
   PrintFound(prds, pset, 0);
   if (kind == REPORT_FULL) PrintFound(prds, pset, 1);
@@ -144,7 +145,7 @@ ULONG ReportLimits(const READINGS *prds, const SETTINGS *pset) {
     puts("The limits are not in force.");
     return 0;
   }
-  for (const LISTITEM *pli = prds->plst->pliFirst; pli; pli = pli->pliNext) {
+  for (const LISTITEM *pli = ListFirst(prds->plst); pli; pli = pli->pliNext) {
     const READING *prd = pli->pvData;
     if (!IsBeyond(prd)) continue;
     ulBeyond++;

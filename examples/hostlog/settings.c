@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "list.h"
+
 static EDSC edscUnit = {4, {"KiB", "MiB", "GiB", "TiB"}, {0, 1, 2, 3}};
 static EDSC edscSeverity = {
     4, {"Error", "Warning", "Info", "Debug"}, {VERB_ERROR, VERB_WARNING, VERB_INFO, VERB_DEBUG}};
@@ -79,12 +81,6 @@ static SDSC sdscSettings = {
 };
 
 static const FDSC fdscSettings = {.pszName = "Hostlog", .ulType = FT_STRUCT, .ulCount = 1, .pvDesc = &sdscSettings};
-
-/* The sizes that the descriptions above come to. */
-_Static_assert(sizeof(LIMITS) == 3 * 4 + 8 + 4 + 4 + 4, "LIMITS has gaps");
-_Static_assert(sizeof(WATCH) == 4 + 4 + 4, "WATCH has gaps");
-_Static_assert(sizeof(SETTINGS) == 48 + 8 + 8 + 4 + 4 + 4 + 8 + 2 + 2 + 2 + 4 + 2 + 1 + sizeof(LIMITS) + 3 * 4,
-               "SETTINGS has gaps");
 
 static void SetDefaults(SETTINGS *pset) {
   const SETTINGS setDefault = {
@@ -162,13 +158,9 @@ BOOL SettingsRead(SETTINGS *pset, const char *pszFile) {
 
 BOOL SettingsWatch(SETTINGS *pset, const char *pszPath) {
   if (!pset->plstWatch) pset->plstWatch = LstNewList(0);
-  WATCH *pwch = MemAllocMem_(sizeof *pwch, __LINE__, __FILE__);
-  if (!pwch) return 0;
-  pwch->ulSeverity = VERB_WARNING;
-  pwch->pszPath = MemAllocString_(pszPath, __LINE__, __FILE__);
-  if (pwch->pszPath && LstInsert(pset->plstWatch, pwch, LST_END)) return 1;
-  MemFreeString_(pwch->pszPath);
-  MemFreeMem_(pwch);
+  const WATCH wch = {.ulSeverity = VERB_WARNING, .pszPath = MemAllocString_(pszPath, __LINE__, __FILE__)};
+  if (wch.pszPath && ListAppend(pset->plstWatch, &wch, sizeof wch)) return 1;
+  MemFreeString_(wch.pszPath);
   return 0;
 }
 
@@ -188,9 +180,9 @@ static BOOL AllTextsFit(const SETTINGS *pset) {
   if (!TextFits(pset->szTitle) || !TextFits(pset->pszRemark)) return 0;
   if (!FitsInQuotes(pset->achSite, sizeof pset->achSite)) return 0;
   if (!FitsInQuotes(pset->achPlace, sizeof pset->achPlace)) return 0;
-  for (const LISTITEM *pli = pset->plstMemory ? pset->plstMemory->pliFirst : NULL; pli; pli = pli->pliNext)
+  for (const LISTITEM *pli = ListFirst(pset->plstMemory); pli; pli = pli->pliNext)
     if (!TextFits(pli->pvData)) return 0;
-  for (const LISTITEM *pli = pset->plstWatch ? pset->plstWatch->pliFirst : NULL; pli; pli = pli->pliNext)
+  for (const LISTITEM *pli = ListFirst(pset->plstWatch); pli; pli = pli->pliNext)
     if (!TextFits(((const WATCH *)pli->pvData)->pszPath)) return 0;
   return 1;
 }
@@ -248,12 +240,10 @@ BOOL SettingsWrite(const SETTINGS *pset, const char *pszFile) {
 
 void SettingsFree(SETTINGS *pset) {
   MemFreeString_(pset->pszRemark);
-  LstDeleteAllBoth(pset->plstMemory);
-  LstFreeList_(pset->plstMemory);
-  for (const LISTITEM *pli = pset->plstWatch ? pset->plstWatch->pliFirst : NULL; pli; pli = pli->pliNext)
+  ListFree(pset->plstMemory);
+  for (const LISTITEM *pli = ListFirst(pset->plstWatch); pli; pli = pli->pliNext)
     MemFreeString_(((WATCH *)pli->pvData)->pszPath);
-  LstDeleteAllBoth(pset->plstWatch);
-  LstFreeList_(pset->plstWatch);
+  ListFree(pset->plstWatch);
   if (pset->pswap) MemFreeMem_(pset->pswap);
 }
 

@@ -4,6 +4,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "list.h"
+
 #define SIZE_IN(TYPE, FIELD) sizeof((TYPE *)0)->FIELD
 #define MAX_TEXT_FIELD 255UL /* longer text fields are not converted */
 
@@ -50,9 +52,6 @@ static SDSC sdscSnapshot = {
 const FDSC fdscSnapshot = {.pszName = "Snapshot", .ulType = FT_STRUCT, .ulCount = 1, .pvDesc = &sdscSnapshot};
 
 _Static_assert(sizeof(LIMITKIND) == 4, "kinds are described as 32 bits");
-_Static_assert(sizeof(READING) == 64 + 4 + 8 + 8 + 4 + 8 + 4, "READING has gaps");
-_Static_assert(sizeof(SNAPSHOT) == 48 + 8 + 8 + 128 + 4 + 4 + 8 + 2 + 8 + 4 + 2 + 2 + 1 + 4 + 64 * sizeof(READING),
-               "SNAPSHOT has gaps");
 
 /* --- From and to readings --- */
 
@@ -71,7 +70,7 @@ void SnapshotFill(SNAPSHOT *psnp, const READINGS *prds, const SETTINGS *pset) {
   psnp->fShowLimits = pset->fShowLimits;
   psnp->usWidth = pset->usWidth;
   psnp->bDecimals = pset->bDecimals;
-  const LISTITEM *pli = prds->plst ? prds->plst->pliFirst : NULL;
+  const LISTITEM *pli = ListFirst(prds->plst);
   for (; pli && psnp->ulReadings < SNAPSHOT_READINGS; pli = pli->pliNext)
     memcpy(&psnp->ard[psnp->ulReadings++], pli->pvData, sizeof(READING));
 }
