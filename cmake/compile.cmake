@@ -29,6 +29,10 @@ elseif(ZEB_INSTRUMENT STREQUAL "coverage")
 elseif(ZEB_INSTRUMENT)
   message(FATAL_ERROR "ZEB_INSTRUMENT is '${ZEB_INSTRUMENT}': expected nothing, sanitize or coverage")
 endif()
+if(ZEB_INSTRUMENT)
+  # Instrumented code calls the compiler's own libraries, and a machine may have none of them for the target.
+  add_link_options(-static-libgcc -static-libstdc++)
+endif()
 
 # Warnings for the project's own code: link with zeb_warnings. -DCMAKE_COMPILE_WARNING_AS_ERROR=ON makes them errors.
 add_library(zeb_warnings INTERFACE)
