@@ -1,4 +1,7 @@
 # 32-bit ARM: doubles aligned to 8 bytes, and a plain char without a sign. Tests run through qemu-user.
+include(${CMAKE_CURRENT_LIST_DIR}/need.cmake)
+zeb_need(arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf)
+
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)

@@ -1,4 +1,7 @@
 # 32-bit PowerPC, big-endian: the target that proves the byte-order promises. Tests run through qemu-user.
+include(${CMAKE_CURRENT_LIST_DIR}/need.cmake)
+zeb_need(powerpc-linux-gnu-g++ g++-powerpc-linux-gnu)
+
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR powerpc)
 set(CMAKE_C_COMPILER powerpc-linux-gnu-gcc)
