@@ -1,0 +1,53 @@
+#!/bin/sh
+# Stages an installation, and builds and runs the README's program against it, as C and as C++.
+# usage: CC=... CXX=... CMAKE=... [RUN=emulator] readme_test.sh README BUILD_FOLDER LIBRARY
+set -eu
+
+readme=$(realpath "$1")
+build=$(realpath "$2")
+library=$(realpath "$3")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+failed=0
+
+Fail() {
+  echo "FAILED: $*" >&2
+  failed=1
+}
+
+# PkgConfig OPTION...: pkg-config for the staged library.
+PkgConfig() {
+  PKG_CONFIG_LIBDIR=$(dirname "$(find "$work/stage" -name zebbase.pc)") PKG_CONFIG_SYSROOT_DIR=$work/stage \
+    PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 pkg-config "$@" zebbase
+}
+
+# Says STATUS LINE: expects the exit status and the one line of output that matches.
+Says() {
+  status=0
+  # shellcheck disable=SC2046 # an emulator and its options
+  $(echo "${RUN-}" | tr ';' ' ') ./server >out 2>&1 || status=$?
+  { [ "$status" -eq "$1" ] && [ "$(wc -l <out)" -eq 1 ] && grep -qx "[0-9]\{6\}$2" out; } ||
+    Fail "$compiler: status $status and not \"$2\": $(cat out)"
+}
+
+DESTDIR=$work/stage "$CMAKE" --install "$build" >/dev/null
+installed=$(find "$work/stage" -name libzebbase.so)
+cmp "$library" "$installed" || Fail "what is tested is not what is installed"
+
+# shellcheck disable=SC2016 # no command, but the fences of a block
+sed -n '/^```c$/,/^```$/{ /^```/d; p; }' "$readme" >server.c
+sed -n '/^    \[ server.ini \]/,/^$/s/^    //p' "$readme" >good.ini
+shown=$(sed -n 's/^    [0-9]*\((server.c:.*\)/\1/p' "$readme")
+for compiler in "$CC -std=c99 -x c" "$CXX -std=c++17 -static-libstdc++ -static-libgcc -x c++"; do
+  # shellcheck disable=SC2046,SC2086 # a compiler and its options
+  $compiler -Wall -Wextra -pedantic -Werror server.c -x none -o server $(PkgConfig --cflags --libs) \
+    -Wl,-rpath,"$(dirname "$installed")"
+  rm -f server.ini
+  Says 1 '(server.c:[0-9]*)E0000 server.ini: No such file or directory'
+  echo 'Name = alpha' >server.ini
+  Says 1 '(server.c:[0-9]*)E0000 server.ini: not an INI file'
+  cp good.ini server.ini
+  Says 0 "$shown"
+done
+exit $failed
