@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks what users of the library file see: its exported names, what it needs, its headers, and its shared data.
-# usage: CC=... CXX=... NM=... READELF=... [RUN=emulator] interface.sh LIBRARY INCLUDE_FOLDER
+# usage: CC=... CXX=... READELF=... [RUN=emulator] interface.sh LIBRARY INCLUDE_FOLDER
 set -eu
 
 library=$1
@@ -16,16 +16,14 @@ Fail() {
 
 # The names that the headers declare with ZEB_API: the last word before the argument list, the array bound or the end.
 DeclaredNames() {
-  for header in "$include"/zebbase/*.h; do
-    "$CC" -fpreprocessed -dD -E -P "$header" # strips the comments, expands nothing
-  done | grep -v '#' | awk '
+  cat "$include"/zebbase/*.h | awk 'BEGIN { RS = "/[*]" } { sub(/.*[*]\//, ""); print }' | grep -v '#' | awk '
     BEGIN { RS = "ZEB_API" }
     NR > 1 { sub(/[(;[].*/, ""); n = split($0, word, /[^A-Za-z0-9_]+/); print word[n] ? word[n] : word[n - 1] }' | sort
 }
 
 CheckExports() {
   DeclaredNames | sed 's/$/@@ZEBBASE_1.0/' >"$work/declared"
-  "$NM" -D --defined-only --with-symbol-versions "$library" | awk '$2 != "A" { print $3 }' | sort >"$work/exported"
+  "$READELF" -W --dyn-syms "$library" | awk '$5 != "LOCAL" && $7 ~ /^[0-9]+$/ { print $8 }' | sort >"$work/exported"
   [ -s "$work/declared" ] || Fail "no declaration found"
   diff "$work/declared" "$work/exported" >&2 || Fail "declared names (<) and exported names (>) differ"
 }
@@ -60,7 +58,8 @@ int main(void) {
   return flVerbosity == 0x12345678 ? 0 : 1;
 }
 EOF
-  "$CC" -std=c99 -no-pie -fno-pie -I"$include" "$work/copy.c" -o "$work/copy" "$library" \
+  # shellcheck disable=SC2086 # a compiler and its options
+  $CC -std=c99 -no-pie -fno-pie -I"$include" "$work/copy.c" -o "$work/copy" "$library" \
     -Wl,-rpath,"$(dirname "$library")"
   "$READELF" -rW "$work/copy" | grep -q '_COPY.*flVerbosity' || Fail "no copy relocation: the check shows nothing"
   # shellcheck disable=SC2086 # an emulator and its options
