@@ -121,6 +121,10 @@ bool IsContained(const char *psz) {
   return true;
 }
 
+// Zero in every member. The widest one says so: an empty list would clear the first alone.
+constexpr CMDVALUE valueNone = {.dValue = 0};
+static_assert(sizeof(valueNone.dValue) == sizeof(CMDVALUE));
+
 // Stores as much of a value as the entry's type has.
 void Store(CMDOPTION &cmdo, const CMDVALUE &value) {
   const std::size_t cb = TypeOf(cmdo).cb;
@@ -158,7 +162,7 @@ bool SetDefault(CMDOPTION &cmdo) {
     cmdo.value.pszValue = cmdo.szDefaultValue;
     return true;
   }
-  Store(cmdo, {});
+  Store(cmdo, valueNone);
   if (IsSwitch(cmdo)) cmdo.value.ulValue = 0; // read whole, also where the type is narrower
   return cmdo.ulTypeCode == CMD_TYPE_STRINGARRAY || *cmdo.szDefaultValue == '\0' || Scan(cmdo.szDefaultValue, cmdo);
 }
