@@ -394,7 +394,7 @@ BOOL ParseFile(PARSECTX *pprs, INIFILE *pini) {
     if (PrsNextChar(pprs, '[')) {
       if (!ReadTitle(pprs, pini)) return 0;
     } else {
-      if (PrsIsEndOfFile(pprs)) return 1;
+      if (PrsIsEndOfFile(pprs)) return !HasFailedReading(pprs);
       if (!ReadKey(pprs, pini)) return 0;
     }
   }

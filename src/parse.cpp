@@ -31,6 +31,8 @@ constexpr ULONG ulMostLine = PRS_LINE_SIZE - 1; // characters of a line, with it
 
 using PFNFILTER = bool (*)(PARSECTX *);
 
+enum class INPUT : BYTE { Open, Ended, Failed };
+
 struct PARSECTX {
   FILE *pfileInput; // standard input, which the program may read as well; null for a file
   char *pszLine;    // the current line, in achBuffer
@@ -49,6 +51,7 @@ struct PARSECTX {
   bool fCovered;        // the line's terminator stands on the first character of that,
   char chCovered;       // which is this one
   bool fHasZero;        // whether a zero byte has been read
+  INPUT input;          // whether there may be more of it
   const char *pchSlash; // the first '/' of achBuffer from some line on; before the line, it must be looked for
   char achBuffer[16384 + ulStep];
 };
@@ -112,20 +115,25 @@ const char *EndOfLine(const PARSECTX *pprs) { return pprs->pszLine + pprs->ulLen
 
 // What most lines do without is no part of the way that every line takes: it is kept out of line.
 
-// Reads on behind what has not been delivered, which moves to the front. Result: whether there was more.
+// Reads on behind what has not been delivered, which moves to the front. As with fgets, the end is final, also when the
+// file grows behind it, and a line at which reading fails is lost. Result: whether there was more.
 [[gnu::noinline]] bool FillBuffer(PARSECTX *pprs) {
+  if (pprs->input != INPUT::Open) return false;
   const ULONG cbRest = Count(pprs->pchNext, pprs->pchEnd);
   char *pch = pprs->achBuffer + cbRest;
   std::memmove(pprs->achBuffer, pprs->pchNext, cbRest);
   ssize_t cb;
   do cb = read(pprs->iFile, pch, sizeof pprs->achBuffer - ulStep - cbRest);
   while (cb < 0 && errno == EINTR);
-  cb = std::max<ssize_t>(cb, 0);
   pprs->pchNext = pprs->achBuffer;
-  pprs->pchEnd = pch + cb;
   pprs->pchSlash = pprs->achBuffer;
+  pprs->pchEnd = cb < 0 ? pprs->achBuffer : pch + cb;
+  if (cb <= 0) {
+    pprs->input = cb < 0 ? INPUT::Failed : INPUT::Ended;
+    return false;
+  }
   pprs->fHasZero |= std::memchr(pch, '\0', static_cast<std::size_t>(cb)) != nullptr;
-  return cb > 0;
+  return true;
 }
 
 // Puts back the character that a terminator took the place of. A search for slashes has not seen it.
@@ -141,7 +149,8 @@ ULONG ReadFromFile(PARSECTX *pprs) {
     const ULONG ulMost = std::min(Count(pprs->pchNext, pprs->pchEnd), ulMostLine);
     const ULONG ulLength = Count(pprs->pchNext, Find(pprs->pchNext, pprs->pchNext + ulMost, '\n'));
     if (ulLength < ulMost) return ulLength + 1;
-    if (ulMost == ulMostLine || !FillBuffer(pprs)) return ulMost;
+    if (ulMost == ulMostLine) return ulMost;
+    if (!FillBuffer(pprs)) return Count(pprs->pchNext, pprs->pchEnd);
   }
 }
 
@@ -150,6 +159,7 @@ ULONG ReadFromFile(PARSECTX *pprs) {
   pprs->pchSlash = pprs->achBuffer;
   pprs->pchNext = pprs->achBuffer;
   const char *psz = std::fgets(pprs->achBuffer, PRS_LINE_SIZE, pprs->pfileInput);
+  if (!psz && !std::feof(pprs->pfileInput)) pprs->input = INPUT::Failed;
   pprs->pchEnd = pprs->achBuffer + (psz ? std::max<ULONG>(std::strlen(psz), 1) : 0);
   return Count(pprs->pchNext, pprs->pchEnd);
 }
@@ -180,8 +190,10 @@ bool ReadLine(PARSECTX *pprs) {
 }
 
 bool Rewind(PARSECTX *pprs) {
-  if (pprs->pfileInput) return fseeko(pprs->pfileInput, 0, SEEK_SET) == 0;
-  if (lseek(pprs->iFile, 0, SEEK_SET) != 0) return false;
+  FILE *pf = pprs->pfileInput;
+  if (pf ? fseeko(pf, 0, SEEK_SET) != 0 : lseek(pprs->iFile, 0, SEEK_SET) != 0) return false;
+  if (pf) std::clearerr(pf);
+  pprs->input = INPUT::Open;
   pprs->pchNext = pprs->pchEnd = pprs->achBuffer;
   pprs->fCovered = false;
   return true;
@@ -579,6 +591,8 @@ BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   pprs->pszCurrent = psz;
   return 1;
 }
+
+bool HasFailedReading(const PARSECTX *pprs) { return pprs && pprs->input == INPUT::Failed; }
 
 std::string_view TakeWord(PARSECTX *pprs) {
   const char *psz = NextItem(pprs);

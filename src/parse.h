@@ -1,4 +1,5 @@
-// parse.h: what the parser offers inside the library beside prs.h: texts where they lie, or with a limit.
+// parse.h: what the parser offers inside the library beside prs.h: texts where they lie, or with a limit, and whether
+// they are all.
 
 #ifndef ZEBBASE_SRC_PARSE_H
 #define ZEBBASE_SRC_PARSE_H
@@ -28,6 +29,9 @@ class Sink {
   ULONG ulRoom_;
   bool fCut_ = false;
 };
+
+// Whether the input ended by a read error: what has been delivered is not all of it. Null has not.
+bool HasFailedReading(const PARSECTX *pprs);
 
 // PrsGetWord without a copy. The view has no address at the end of the input, and ends with the current line.
 std::string_view TakeWord(PARSECTX *pprs);

@@ -167,6 +167,7 @@ TEST_F(IniFiles, AreOpenedWithinTheLimits) {
   MemSetLimits(0xFFFFFFFF, 0xFFFFFFFF, 1);
   for (ULONG ul = 1; ul < INI_MAX_ENTRIES; ul++) strMany += "k = 1\n";
   EXPECT_TRUE(Open(strMany));
+  EXPECT_FALSE((FailRead(), Open(strMany))) << "not read to its end";
   EXPECT_FALSE(Open(strMany + "k = 1\n"));
   EXPECT_FALSE(Open(strMany + "[t]"));
 }

@@ -47,6 +47,19 @@ inline std::vector<std::string> Split(const std::string &str) {
   return astr;
 }
 
+// In its scope, reading fails where a file ends.
+class FailRead {
+ public:
+  FailRead() { fOn_ = true; }
+  ~FailRead() { fOn_ = false; }
+  FailRead(const FailRead &) = delete;
+  FailRead &operator=(const FailRead &) = delete;
+  static bool IsOn() { return fOn_; } // asked by read
+
+ private:
+  static inline bool fOn_ = false;
+};
+
 // A test with files, in a folder of its own, that may leave neither memory nor files open.
 class FileTest : public NoLeak {
  protected:

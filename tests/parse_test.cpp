@@ -4,11 +4,13 @@
 
 #include <fcntl.h>
 #include <strings.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <cctype>
 
 #include "input.h"
+#include "zebbase/ini.h"
 #include "zebbase/tme.h"
 
 namespace {
@@ -57,6 +59,12 @@ std::vector<std::string> LinesOf(const std::string &strInput, ULONG flParse, std
   return astr;
 }
 
+// An input up to where its last line that is whole ends.
+std::string WholeLinesOf(const std::string &str) {
+  const std::size_t cb = str.rfind('\n') + 1;
+  return str.substr(0, cb + (str.size() - cb) / 2047 * 2047);
+}
+
 using Parse = std::unique_ptr<PARSECTX, decltype([](PARSECTX *pprs) { PrsEndParse_(pprs); })>;
 
 // Whether a file is delivered as these lines, and then the one by that number.
@@ -92,6 +100,7 @@ TEST_F(PrsParse, DeliversTheLinesThatAModelDoes) {
     SCOPED_TRACE("style " + std::to_string(fl) + ": " + testing::PrintToString(strInput));
     Write(strInput);
     ASSERT_TRUE(Delivers("input", fl, LinesOf(strInput, fl, "input"), ulLine));
+    ASSERT_TRUE((FailRead(), Delivers("input", fl, LinesOf(WholeLinesOf(strInput), fl, "input"), ulLine)));
     if (i % 100) continue;
     const pid_t pid = fork(); // the same from standard input, which is closed at the end
     if (pid == 0) {
@@ -104,6 +113,26 @@ TEST_F(PrsParse, DeliversTheLinesThatAModelDoes) {
     ASSERT_EQ(iStatus, 0);
   }
   for (const char *pszFile : {"missing", "", "."}) EXPECT_EQ(PrsStartParse(pszFile, 0, nullptr), nullptr) << pszFile;
+}
+
+TEST_F(PrsParse, EndsForGoodWhereTheInputEndsOrFails) {
+  const Parse parse = ParseOf("a", 0);
+  std::ofstream("input", std::ios::app) << "b\nc\n";
+  EXPECT_EQ(PrsNextLine(parse.get()), 0u);
+  char szLine[PRS_LINE_SIZE];
+  EXPECT_TRUE(PrsResetToLine(parse.get(), 1) && PrsGetLine(parse.get(), szLine) && std::string(szLine) == "ab");
+  const auto ParseSocket = [](bool fFails) { // from standard input
+    int afd[2];
+    socketpair(AF_UNIX, SOCK_STREAM, 0, afd);
+    for (const int fd : {afd[0], fFails ? afd[1] : afd[0]}) static_cast<void>(!write(fd, "a = 1\nb = 2\n", 12));
+    close(afd[0]); // what it has not read is an error to the other side
+    dup2(afd[1], 0);
+    INIFILE ini = {};
+    const BOOL fParsed = ParseFile(PrsStartParse(nullptr, 0, INI_SEPARATORS), &ini);
+    _exit(static_cast<int>(10 * ini.ulEntries + fParsed));
+  };
+  EXPECT_EXIT(ParseSocket(true), testing::ExitedWithCode(10), "");
+  EXPECT_EXIT(ParseSocket(false), testing::ExitedWithCode(31), "");
 }
 
 enum { opWord, opNextWord, opNextRun, opKeyword, opNextChar, opSentence, cOps };

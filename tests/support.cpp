@@ -1,9 +1,14 @@
-// support.cpp: the test program's own malloc, which can be told to fail.
+// support.cpp: the test program's own malloc and read, which can be told to fail.
 
 #include "support.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
+
+#include "input.h"
 
 #ifndef __SANITIZE_ADDRESS__ // which has a malloc of its own
 extern "C" void *__libc_malloc(std::size_t cb);
@@ -21,4 +26,11 @@ bool FailMalloc::Works() {
   void *pv = pfnMalloc(1);
   std::free(pv);
   return !pv;
+}
+
+extern "C" ssize_t read(int fd, void *pv, std::size_t cb) {
+  const ssize_t cbRead = syscall(SYS_read, fd, pv, cb);
+  if (cbRead != 0 || !FailRead::IsOn()) return cbRead;
+  errno = EIO;
+  return -1;
 }

@@ -123,7 +123,7 @@ ZEB_API TYPEDEFAULT *IniGetTypeDefaults(void);
             or longer than INI_MAX_TEXT, gives a header that cannot be read back.
    Result   the handle, to be closed with IniClose; null, with nothing left open or allocated, when the file cannot be
             opened, its name is null or too long, or there is no memory, and, for reading, when it breaks the format or
-            a limit. */
+            a limit, or cannot be read to its end. */
 ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode);
 
 /* Reads one described field, usually a structure with all that it holds, out of an open file.
@@ -169,7 +169,7 @@ ZEB_API ULONG IniClose(INIFILE *pini);
 
 /* The steps of IniOpen and IniRead, for programs that do them on their own.
    ParseFile      enters the file of a parse whose header has been read, from the line after it on. The parse has the
-                  separators INI_SEPARATORS. Result 1; 0 for a syntax error, a broken limit or no memory.
+                  separators INI_SEPARATORS. Result 1; 0 for a syntax error, a broken limit, a read error or no memory.
    FindTitle      the value of a key, from entry ulStart (0 for the keys before the first title) up to the next title;
                   null when it is missing. The handle's.
    FindStructure  the position after a title, for FindTitle; 0 when it is missing. */

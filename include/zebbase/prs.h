@@ -10,7 +10,9 @@
    set; so a separator ends a word, and standing first it makes the word empty.
 
    Lines are at most 2047 characters; longer ones arrive in pieces, each a line of its own. A zero byte ends a line's
-   text: what stands behind it on the line is not seen. */
+   text: what stands behind it on the line is not seen. A read error ends the input like its end, and the line at which
+   it comes is lost: the parser does not tell the two apart. The end is final: what is appended to the file later is not
+   seen before PrsResetToLine starts over. */
 #ifndef ZEBBASE_PRS_H
 #define ZEBBASE_PRS_H
 
