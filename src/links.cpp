@@ -1,6 +1,8 @@
 // links.cpp: doubly linked lists.
 // Every change of a chain goes through Join and Part, which keep its two ends true; Link and Unlink add the count, the
 // positions and the state of the node, which a sort leaves as they are until it is done.
+// A sort marks its list, and every other change takes the mark away: the sort looks for it after each comparison, before
+// it believes that a node is still there.
 
 #include "zebbase/lst.h"
 
@@ -20,7 +22,15 @@ static_assert(sizeof(LISTITEM) == 24 && offsetof(LISTITEM, ulIndex) == 20);
 namespace {
 constexpr SOURCE source = "links"; // in allocations
 
+constexpr BOOL flSorting = 0x80000000; // the mark, in fIndexed
+constexpr ULONG ulMostAttempts = 3;    // of a sort whose comparison changes the list
+
+bool IsMarked(const LIST *plst) { return (plst->fIndexed & flSorting) != 0; }
+void Unmark(LIST *plst) { plst->fIndexed &= ~flSorting; }
+
+// After a change of the chain.
 void Renumber(LIST *plst) {
+  Unmark(plst);
   if (!plst->fIndexed) return;
   ULONG ulIndex = 0;
   for (LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext) pli->ulIndex = ulIndex++;
@@ -47,7 +57,7 @@ void Link(LIST *plst, LISTITEM *pli, LISTITEM *pliPrev, LISTITEM *pliNext) {
   pli->fInList = 1;
   pli->plst = plst;
   plst->ulCount++;
-  if (pliNext)
+  if (pliNext || IsMarked(plst))
     Renumber(plst);
   else // an append moves no other node
     pli->ulIndex = plst->fIndexed ? plst->ulCount - 1 : 0;
@@ -79,21 +89,23 @@ BOOL DeleteAll(LIST *plst, OnData onData) {
   }
   plst->pliLast = nullptr;
   plst->ulCount = 0;
+  Unmark(plst);
   return 1;
 }
 
-// Whether the second of two elements must come first.
+// Whether the second of two elements must come first, and whether the sort goes on after that was asked.
 struct Order {
+  const LIST *plst;
   PFNLSTCOMPARE pfnCompare;
   bool IsWrong(void *pvFirst, void *pvSecond) const { return !pfnCompare(pvFirst, pvSecond); }
+  bool GoesOn() const { return IsMarked(plst); }
 };
 
 // The same for a comparison that answers 0 for equal elements: asked the other way round as well, these stay as they
 // are.
-struct StrictOrder {
-  PFNLSTCOMPARE pfnCompare;
+struct StrictOrder : Order {
   bool IsWrong(void *pvFirst, void *pvSecond) const {
-    return !pfnCompare(pvFirst, pvSecond) && pfnCompare(pvSecond, pvFirst);
+    return !pfnCompare(pvFirst, pvSecond) && GoesOn() && pfnCompare(pvSecond, pvFirst);
   }
 };
 
@@ -105,24 +117,24 @@ ULONG NextGap(ULONG ulGap) {
   return ulGap == 9 || ulGap == 10 ? 11 : ulGap;
 }
 
-// The passes of a comb sort over n elements; pass(order, gap) makes one. With a gap of 1 a pass leaves everything
-// behind its last exchange in its final place, so the next pass exchanges earlier and earlier, and the passes end. One
-// that does not shows a comparison that is strict for equal elements, or, when that has been allowed for, one that
-// contradicts itself.
+// The passes of a comb sort over n elements; pass(order, gap) makes one, and breaks off when the list has changed. With a
+// gap of 1 a pass leaves everything behind its last exchange in its final place, so the next pass exchanges earlier and
+// earlier, and the passes end. One that does not shows a comparison that is strict for equal elements, or, when that has
+// been allowed for, one that contradicts itself.
 template <typename Pass>
-void Comb(ULONG ulCount, PFNLSTCOMPARE pfnCompare, Pass pass) {
+void Comb(ULONG ulCount, Order order, Pass pass) {
   ULONG ulGap = ulCount;
   ULONG ulLast = ulCount;
   bool fStrict = false;
   do {
     const ULONG ulPrevious = ulGap == 1 ? ulLast : ulCount;
     ulGap = NextGap(ulGap);
-    ulLast = fStrict ? pass(StrictOrder{pfnCompare}, ulGap) : pass(Order{pfnCompare}, ulGap);
+    ulLast = fStrict ? pass(StrictOrder{order}, ulGap) : pass(order, ulGap);
     if (ulGap > 1 || ulLast < ulPrevious) continue;
     if (fStrict) return;
     fStrict = true;
     ulLast = ulCount;
-  } while (ulLast != ulNoExchange || ulGap > 1);
+  } while (order.GoesOn() && (ulLast != ulNoExchange || ulGap > 1));
 }
 
 // The comb over an array of the nodes: the data stands beside each node, so that a comparison touches no node.
@@ -158,17 +170,19 @@ void ExchangePointers(ULONG ulMask, T *&p1, T *&p2) {
 
 template <typename O>
 void WidePass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
-  for (ULONG i = 0; i + ulGap < ulCount; i++)
-    ExchangeInArray(WrongMask(order, pelt[i], pelt[i + ulGap]), pelt[i], pelt[i + ulGap]);
+  const LIST *const plst = order.plst; // which a register holds, and order does not
+  for (const ELEMENT *peltEnd = pelt + (ulCount - ulGap); pelt < peltEnd && IsMarked(plst); pelt++)
+    ExchangeInArray(WrongMask(order, pelt[0], pelt[ulGap]), pelt[0], pelt[ulGap]);
 }
 
 // The pass with a gap of 1. What it carries along stays in registers: each exchange in the array would wait for the one
 // before. Result: 1 + the position of the last exchange.
 template <typename O>
 ULONG NarrowPass(O order, ELEMENT *pelt, ULONG ulCount) {
+  const LIST *const plst = order.plst;
   ULONG ulLast = ulNoExchange;
   ELEMENT elt1 = pelt[0];
-  for (ULONG i = 1; i < ulCount; i++) {
+  for (ULONG i = 1; i < ulCount && IsMarked(plst); i++) {
     ELEMENT elt2 = pelt[i];
     const ULONG ulMask = WrongMask(order, elt1, elt2);
     ExchangePointers(ulMask, elt1.pvData, elt2.pvData);
@@ -213,7 +227,9 @@ ULONG ChainPass(O order, ULONG ulGap, LIST *plst) {
   LISTITEM *pli1 = plst->pliFirst;
   LISTITEM *pli2 = NodeAt(pli1, ulGap);
   for (ULONG i = 0; pli2; i++) {
-    if (order.IsWrong(pli1->pvData, pli2->pvData)) {
+    const bool fWrong = order.IsWrong(pli1->pvData, pli2->pvData);
+    if (!order.GoesOn()) return ulNoExchange;
+    if (fWrong) {
       ExchangeNodes(plst, pli1, pli2);
       std::swap(pli1, pli2);
       ulLast = i + 1;
@@ -244,10 +260,26 @@ void FromArray(LIST *plst, const ELEMENT *pelt) {
   for (ULONG i = 0; i < ulCount; i++) Join(plst, pelt[i].pli, plst->pliLast, nullptr);
 }
 
-bool IsSorted(const LIST *plst, PFNLSTCOMPARE pfnCompare) {
+bool IsSorted(const LIST *plst, Order order) {
   const LISTITEM *pli = plst->pliFirst;
-  while (pli->pliNext && pfnCompare(pli->pvData, pli->pliNext->pvData)) pli = pli->pliNext;
-  return !pli->pliNext;
+  while (const LISTITEM *pliNext = pli->pliNext) {
+    if (order.IsWrong(pli->pvData, pliNext->pvData) || !order.GoesOn()) return false;
+    pli = pliNext;
+  }
+  return true;
+}
+
+// Sorts a list that is marked. When the comparison takes the mark away, a list in an array is left as it is then, one
+// without in some order.
+void Sort(LIST *plst, Order order) {
+  if (plst->ulCount < 2 || IsSorted(plst, order) || !order.GoesOn()) return;
+  const ULONG ulCount = plst->ulCount;
+  if (const Array array = ToArray(plst)) {
+    Comb(ulCount, order, [&](auto o, ULONG ulGap) { return ArrayPass(o, ulGap, array.get(), ulCount); });
+    if (order.GoesOn()) FromArray(plst, array.get());
+  } else {
+    Comb(ulCount, order, [&](auto o, ULONG ulGap) { return ChainPass(o, ulGap, plst); });
+  }
 }
 } // namespace
 
@@ -317,17 +349,14 @@ LISTITEM *LstInsertSorted(LIST *plst, void *pvData, PFNLSTCOMPARE pfnCompare) {
 
 BOOL LstSort(LIST *plst, PFNLSTCOMPARE pfnCompare) {
   if (!plst || !pfnCompare) return 0;
-  if (plst->ulCount < 2 || IsSorted(plst, pfnCompare)) return 1;
-  const ULONG ulCount = plst->ulCount;
-  if (const Array array = ToArray(plst)) {
-    const auto Pass = [&](auto order, ULONG ulGap) { return ArrayPass(order, ulGap, array.get(), ulCount); };
-    Comb(ulCount, pfnCompare, Pass);
-    FromArray(plst, array.get());
-  } else {
-    Comb(ulCount, pfnCompare, [&](auto order, ULONG ulGap) { return ChainPass(order, ulGap, plst); });
+  bool fSorted = false;
+  for (ULONG ulAttempt = 0; ulAttempt < ulMostAttempts && !fSorted; ulAttempt++) {
+    plst->fIndexed |= flSorting;
+    Sort(plst, {plst, pfnCompare});
+    fSorted = IsMarked(plst);
   }
   Renumber(plst);
-  return 1;
+  return fSorted;
 }
 
 BOOL LstRemoveItem(LISTITEM *pli) {

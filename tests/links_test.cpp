@@ -22,6 +22,30 @@ BOOL LessOrEqual(void *pv1, void *pv2) {
 BOOL Less(void *pv1, void *pv2) { return IsLess(pv1, pv2); }
 BOOL AnyAnswer(void *, void *) { return randomAnswers() % 2; }
 
+// A comparison that changes its list now and then, as often as is left, and a vector with it.
+struct {
+  LIST *plst;
+  Elements apv;
+  std::vector<LISTITEM *> apliFree;
+  unsigned uLeft;
+} changing;
+BOOL LessOrEqualButChanging(void *pv1, void *pv2) {
+  const BOOL fLessOrEqual = LessOrEqual(pv1, pv2);
+  if (changing.uLeft == 0 || randomAnswers() % 30) return fLessOrEqual;
+  changing.uLeft--;
+  const auto it = changing.apv.begin() + static_cast<std::ptrdiff_t>(randomAnswers() % changing.apv.size());
+  LISTITEM *pli = LstGetItem(changing.plst, *it);
+  const unsigned uChange = randomAnswers() % 3;
+  if (uChange < 2) changing.apv.erase(it);
+  if (uChange == 0) return LstDelete(pli) && fLessOrEqual;
+  if (uChange == 1) LstRemoveItem(pli); // to be put back elsewhere
+  if (uChange == 2) pli = std::exchange(changing.apliFree[changing.uLeft], nullptr);
+  const bool fEnd = randomAnswers() % 2;
+  LstInsertItem(changing.plst, pli, fEnd ? LST_END : 0);
+  changing.apv.insert(fEnd ? changing.apv.end() : changing.apv.begin(), pli->pvData);
+  return fLessOrEqual;
+}
+
 // The elements of a list, whose links, positions and count must be true.
 Elements ElementsOf(const LIST *plst) {
   Elements apv;
@@ -157,6 +181,26 @@ TEST_F(ListTest, SortEndsWhateverTheComparisonAnswers) {
       EXPECT_TRUE(pfnCompare != Less || std::is_sorted(apvSorted.begin(), apvSorted.end(), IsLess));
     }
   }
+}
+
+TEST_F(ListTest, SortLosesNothingWhileItsComparisonChangesTheList) {
+  std::vector<int> aiFree(4, 7);
+  unsigned cUnsorted = 0;
+  for (unsigned u = 0; u < 3000; u++) {
+    changing = {plst_, Fill(random_() % 60, 50), {}, u % 5};
+    for (int &i : aiFree) changing.apliFree.push_back(LstNew(&i));
+    changing.apv.reserve(70); // so that the list alone calls malloc
+
+    const bool fSorted = (FailMalloc(u % 2), LstSort(plst_, LessOrEqualButChanging));
+    const Elements apv = ElementsOf(plst_);
+
+    ASSERT_TRUE(std::is_permutation(apv.begin(), apv.end(), changing.apv.begin(), changing.apv.end())) << u;
+    ASSERT_TRUE(fSorted ? std::is_sorted(apv.begin(), apv.end(), IsLess) : u % 5 > 2) << u;
+    ASSERT_TRUE(fSorted || u % 2 || apv == changing.apv) << u << ": it stays in its order";
+    cUnsorted += !fSorted;
+    for (LISTITEM *pli : changing.apliFree) LstFree(pli);
+  }
+  EXPECT_GT(cUnsorted, 100u);
 }
 
 TEST_F(ListTest, DeletesDataOnlyWhenAsked) {

@@ -1,8 +1,9 @@
 /* lst.h: doubly linked lists of untyped pointers.
    A list is a head (LIST) and one node (LISTITEM) per element. A node carries one pointer of the caller's: the list
    never looks behind it, and frees it only in LstDeleteAllBoth. Heads and nodes come from the tracked allocator
-   (mem.h). Null lists and nodes are refused by result; nothing is reported. No call takes the list's lock: who shares a
-   list brackets its use with LstLock and LstUnlock.
+   (mem.h). A null list or node harms nothing: what would use it is refused by result, what would free, empty or remove
+   it has nothing to do and succeeds. Nothing is reported (but by the allocator, when it fails). No call takes the list's
+   lock: who shares a list brackets its use with LstLock and LstUnlock.
 
    A list made with LST_INDEXED keeps each node's position in its ulIndex; that costs a walk over the list at every
    change but an append. In other lists every ulIndex is 0. */
@@ -31,13 +32,13 @@ typedef struct LIST {
   LISTITEM *pliFirst;
   LISTITEM *pliLast;
   ULONG ulCount;
-  BOOL fIndexed;
+  BOOL fIndexed; /* 1 in an indexed list, else 0; a sort adds 0x80000000 while it runs */
   MTXSEM mtxsem; /* for LstLock and LstUnlock */
 } LIST;
 
 /* A comparison of two elements' data. Non-zero when the first may stand before the second, also when they are equal in
-   the ordering (less-or-equal); 0 when the second must come first. It returns: no
-   exception may leave it. */
+   the ordering (less-or-equal); 0 when the second must come first. It returns (no exception may leave it), and leaves
+   the list as it is; what LstSort makes of one that does not is said there. */
 typedef BOOL (*PFNLSTCOMPARE)(void *pvFirst, void *pvSecond);
 
 /* A new, empty list; flOptions is 0 or LST_INDEXED. Null without memory. */
@@ -76,9 +77,11 @@ ZEB_API LISTITEM *LstInsertSorted(LIST *plst, void *pvData, PFNLSTCOMPARE pfnCom
 
 /* Sorts a list by a comb sort that moves nodes, not data. It is not stable, but always gives the same order of equal
    elements for the same list; a list that is already in order is left as it is after one walk.
-   pfnCompare  sees data pointers only and must not change the list. One that answers 0 for equal elements sorts as
-               well, one that contradicts itself leaves some order; the sort always ends.
-   Result      1; 0 for a null list or function.
+   pfnCompare  sees data pointers only. One that answers 0 for equal elements sorts as well, one that contradicts itself
+               leaves some order; the sort always ends. When it inserts, removes or deletes nodes of the list, the sort
+               starts over with the list as it is then; the third time it gives up. It must not free the list.
+   Result      1; 0 for a null list or function, and when it gave up: the list has all that was left in it, in the order
+               it had (in some order, where the sort works in place).
    Cost        about n log n comparisons. For its duration it takes 8 bytes per element from malloc, outside the tracked
                limits; without them it works in place, more slowly. */
 ZEB_API BOOL LstSort(LIST *plst, PFNLSTCOMPARE pfnCompare);
