@@ -15,6 +15,7 @@
 #include "memory.h"
 #include "parse.h"
 #include "text.h"
+#include "underway.h"
 #include "zebbase/lst.h"
 #include "zebbase/mem.h"
 
@@ -242,6 +243,12 @@ class Reader {
  public:
   explicit Reader(const INIFILE &ini) : ini_(ini), titles_(ini, true), keys_(ini, false) {}
 
+  ULONG Read(BYTE *pb, const FDSC &fdsc) {
+    const UnderWay here(pInnermost_, pb, Extent(fdsc), nullptr);
+    return ReadField(pb, fdsc, 0);
+  }
+
+ private:
   ULONG ReadField(BYTE *pb, const FDSC &fdsc, ULONG ulStart) {
     if (fdsc.flFlags & FDSC_NOINI) return 0;
     if (!IsSection(fdsc.ulType)) return ReadValues(pb, fdsc, ulStart, ulNoNumber);
@@ -260,7 +267,6 @@ class Reader {
     }
   }
 
- private:
   const char *FindValue(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
     const INIENTRY *pentry = FindKey(fdsc, ulNumber, ulStart);
     return pentry ? pentry->pszValue : nullptr;
@@ -286,6 +292,7 @@ class Reader {
 
   // A structure within the section at hand, whose name its own adds to.
   ULONG ReadStruct(BYTE *pb, const FDSC &fdsc, ULONG ulNumber) {
+    const UnderWay here(pInnermost_, pb, StructureOf(fdsc)->ulSize, StructureOf(fdsc));
     const std::size_t cbOuter = path_.Length();
     ulDepth_++;
     const ULONG ulResult = AddName(path_, fdsc, ulNumber) && ulDepth_ <= ulMaxNesting ? ReadSection(pb, fdsc) : 1;
@@ -365,13 +372,19 @@ class Reader {
     return 0;
   }
 
+  // The program's block, which it loses when its section is missing; or a new one. Data that lead back are not entered
+  // again, and no block is freed that is still being read into.
   ULONG ReadStructPtr(BYTE *pb, const FDSC &fdsc) {
-    Tracked<BYTE> block(Load<BYTE *>(pb)); // the program's, which it loses when its section is missing
-    if (!block)
-      block = ReadNewStruct(fdsc, ulNoNumber);
-    else if (ReadStruct(block.get(), fdsc, ulNoNumber) != 0)
-      block.reset();
-    Store(pb, block.release());
+    BYTE *pbStruct = Load<BYTE *>(pb);
+    if (!pbStruct) {
+      pbStruct = ReadNewStruct(fdsc, ulNoNumber).release();
+    } else if (UnderWay::Has(pInnermost_, pbStruct, StructureOf(fdsc))) {
+      return 0;
+    } else if (ReadStruct(pbStruct, fdsc, ulNoNumber) != 0) {
+      if (!UnderWay::Overlaps(pInnermost_, pbStruct, StructureOf(fdsc)->ulSize)) MemFreeMem_(pbStruct);
+      pbStruct = nullptr;
+    }
+    Store(pb, pbStruct);
     return 0;
   }
 
@@ -380,6 +393,7 @@ class Reader {
   Search keys_;
   Name path_;
   ULONG ulDepth_ = 0;
+  const UnderWay *pInnermost_ = nullptr;
 };
 } // namespace
 
@@ -402,7 +416,7 @@ BOOL ParseFile(PARSECTX *pprs, INIFILE *pini) {
 
 ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc) {
   if (!pini || !pvData || !pfdsc) return 1;
-  return Reader(*pini).ReadField(static_cast<BYTE *>(pvData), *pfdsc, 0);
+  return Reader(*pini).Read(static_cast<BYTE *>(pvData), *pfdsc);
 }
 
 const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart) {

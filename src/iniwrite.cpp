@@ -10,6 +10,7 @@
 #include "fields.h"
 #include "guard.h"
 #include "output.h"
+#include "underway.h"
 #include "zebbase/fil.h"
 #include "zebbase/lst.h"
 #include "zebbase/mem.h"
@@ -84,17 +85,19 @@ class Writer {
     PutName(title.pszName, title.ulNumber);
   }
 
-  // One section with all that the structure holds; a null structure has none. The depth ends data that refer to
-  // themselves.
-  void WriteStruct(BYTE *pb, const FDSC &fdsc, const TITLE *ptitleOuter, ULONG ulNumber) {
+  // One section with all that the structure holds, down to the depth that the reader goes. Result: whether there is one
+  // to write: a null structure has none, nor has a reference back to one that is being written.
+  bool WriteStruct(BYTE *pb, const FDSC &fdsc, const TITLE *ptitleOuter, ULONG ulNumber) {
+    const SDSC &sdsc = *StructureOf(fdsc);
     const TITLE title = {ptitleOuter, fdsc.pszName, ulNumber, ptitleOuter ? ptitleOuter->ulDepth + 1 : 1};
-    if (!pb || title.ulDepth > ulMaxNesting) return;
+    if (!pb || title.ulDepth > ulMaxNesting || UnderWay::Has(pInnermost_, pb, &sdsc)) return false;
+    const UnderWay here(pInnermost_, pb, sdsc.ulSize, &sdsc);
     out_.Put("\n[");
     PutTitle(title);
     out_.Put(" ]\n");
-    ForFieldsInFileOrder(*StructureOf(fdsc), pb, [&](const FDSC &fdscField, BYTE *pbField) {
-      WriteField(pbField, fdscField, &title, ulNoNumber);
-    });
+    ForFieldsInFileOrder(
+        sdsc, pb, [&](const FDSC &fdscField, BYTE *pbField) { WriteField(pbField, fdscField, &title, ulNoNumber); });
+    return true;
   }
 
   void WriteStructs(BYTE *pb, const FDSC &fdsc, const TITLE *ptitle, ULONG ulListNumber) {
@@ -107,31 +110,29 @@ class Writer {
       WriteStruct(Load<BYTE *>(pb + ul * ElementSize(fdsc)), fdsc, ptitle, ulListNumber);
   }
 
-  // Calls a function for each node that carries data, and counts these from 1. A text may be null: it is written empty.
-  template <typename OnItem>
-  static void ForItems(const LIST *plst, bool fTexts, OnItem onItem) {
-    ULONG ulNumber = 0;
-    for (LISTITEM *pli = plst ? plst->pliFirst : nullptr; pli; pli = pli->pliNext)
-      if (pli->pvData || fTexts) onItem(pli, ++ulNumber);
-  }
-
   void WriteStructList(const LIST *plst, const FDSC &fdsc, const TITLE *ptitle) {
-    ForItems(plst, false, [&](LISTITEM *pli, ULONG ulNumber) {
-      WriteStruct(static_cast<BYTE *>(pli->pvData), fdsc, ptitle, ulNumber);
-    });
+    ULONG ulNumber = 1;
+    for (const LISTITEM *pli = plst ? plst->pliFirst : nullptr; pli; pli = pli->pliNext)
+      if (WriteStruct(static_cast<BYTE *>(pli->pvData), fdsc, ptitle, ulNumber)) ulNumber++;
   }
 
-  // The data pointer of a text is the text's field; that of any other value refers to a block with the field.
-  void WriteValueList(const LIST *plst, const FDSC &fdscList, const TITLE *ptitle) {
+  // The data pointer of a text is the text's field, and may be null: it is written empty. That of any other value
+  // refers to a block with the field. A list within itself is passed over.
+  void WriteValueList(LIST *plst, const FDSC &fdscList, const TITLE *ptitle) {
+    const auto *pb = reinterpret_cast<const BYTE *>(plst);
+    if (!plst || UnderWay::Has(pInnermost_, pb, nullptr)) return;
+    const UnderWay here(pInnermost_, pb, sizeof *plst, nullptr);
     const FDSC &fdsc = *static_cast<const FDSC *>(fdscList.pvDesc);
-    ForItems(plst, fdsc.ulType == FT_PSZ, [&](LISTITEM *pli, ULONG ulNumber) {
+    ULONG ulNumber = 0;
+    for (LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext) {
       void *pvField = fdsc.ulType == FT_PSZ ? static_cast<void *>(&pli->pvData) : pli->pvData;
-      WriteField(static_cast<BYTE *>(pvField), fdsc, ptitle, ulNumber);
-    });
+      if (pvField) WriteField(static_cast<BYTE *>(pvField), fdsc, ptitle, ++ulNumber);
+    }
   }
 
   char achBuffer_[32768];
   Output out_;
+  const UnderWay *pInnermost_ = nullptr;
 };
 } // namespace
 

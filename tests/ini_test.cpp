@@ -190,6 +190,11 @@ TEST_F(IniFiles, DecideOnReferences) {
   void *pv = nullptr;
   EXPECT_EQ(IniRead(Open("[x]\n[]").get(), &pv, sdscSelf.afdsc), 0u);
   EXPECT_EQ(TakeApart(sdscSelf.afdsc[0], &pv).size(), 127 * 3 + 5u) << "a structure that holds itself ends";
+  auto *ppvSelf = static_cast<void **>(MemAllocMem_(sizeof(void *), 0, nullptr));
+  *ppvSelf = ppvSelf;
+  EXPECT_EQ(IniRead(Open("[x]").get(), ppvSelf, sdscSelf.afdsc), 0u);
+  EXPECT_TRUE(Blocks() == 1 && !*ppvSelf) << "a structure is not freed that holds the very reference";
+  MemFreeMem_(ppvSelf);
 }
 
 const std::string strWhole =

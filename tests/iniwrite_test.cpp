@@ -2,6 +2,7 @@
 
 #include <array>
 #include <deque>
+#include <map>
 #include <span>
 
 #include "described.h"
@@ -167,8 +168,57 @@ TEST_F(IniWriting, CutsNothingAndSurvivesFailure) {
   for (const std::string &str : {std::string("no/such/folder/config.ini"), std::string(300, 'p'), std::string(".")})
     EXPECT_EQ(IniOpen(str.c_str(), 2), nullptr) << str;
   SDSC sdsc = {1, 0, sizeof(void *), 0, {Field("Next", FT_STRUCTPTR, 1, &sdsc)}};
-  void *pvSelf = &pvSelf;
-  const std::string strText = Written({{&pvSelf, &sdsc.afdsc[0]}});
-  EXPECT_EQ(std::count(strText.begin(), strText.end(), '['), 1 + 127) << "of data that refer to themselves";
+  void *apvNext[200] = {};
+  for (void **ppv = apvNext; ppv + 1 < std::end(apvNext); ppv++) *ppv = ppv + 1;
+  const std::string strText = Written({{apvNext, &sdsc.afdsc[0]}});
+  EXPECT_EQ(std::count(strText.begin(), strText.end(), '['), 1 + 127) << "of a longer chain";
+}
+
+struct NODE {
+  LONG l;
+  NODE *apnode[2]; // each is the next node, or leads back to one on the way to this one, or to this one
+};
+
+// A tree of nodes by their titles is written, and read from a file that lacks some of the sections. A missing section
+// costs the node whose it is, and hides those behind it.
+TEST_F(IniWriting, GoesOnceAroundReferencesThatLeadBackAndSoDoesReading) {
+  SDSC sdsc = {3, 0, sizeof(NODE), 0, {Field("L", FT_LONG), Field("A", FT_STRUCTPTR), Field("B", FT_STRUCTPTR)}};
+  sdsc.afdsc[1].pvDesc = sdsc.afdsc[2].pvDesc = &sdsc;
+  const FDSC fdsc = Field("N", FT_STRUCTPTR, 1, &sdsc);
+  for (int i = 0; i < 300; i++) {
+    NODE *pnodeTop = nullptr;
+    std::map<std::string, NODE *> nodes;
+    for (ULONG ul = 1 + Random(9); ul > 0; ul--) {
+      std::string str = "N";
+      NODE **ppnode = &pnodeTop;
+      for (; nodes.contains(str); str += Random(2) ? " A" : " B") ppnode = nodes[str]->apnode;
+      if (str.size() > 1) ppnode += str.back() - 'A';
+      *ppnode = nodes[str] = static_cast<NODE *>(MemAllocMem_(sizeof(NODE), 0, nullptr));
+      for (NODE *&pnode : nodes[str]->apnode) pnode = nodes[str.substr(0, Random(str.size()) / 2 * 2 + 1)];
+    }
+    std::string strWritten = "[ config.ini ]\n", strRead = strWritten;
+    std::map<std::string, NODE> expected; // the nodes that stay
+    for (const auto &[str, pnode] : nodes) {
+      strWritten += "\n[ " + str + " ]\n  L = 0\n";
+      const bool fMissing = Random(4) == 0;
+      if (!fMissing) strRead += "[" + str + "]\nL = 1\n";
+      NODE *pnodeOuter = str.size() > 1 ? &expected[str.substr(0, str.size() - 2)] : nullptr;
+      const bool fReached = !pnodeOuter || pnodeOuter->l == 1;
+      expected[str] = {fReached && !fMissing, {pnode->apnode[0], pnode->apnode[1]}};
+      if (fReached && fMissing && pnodeOuter) pnodeOuter->apnode[str.back() - 'A'] = nullptr;
+      if (fReached && fMissing) expected[str].l = 2; // freed
+    }
+    SCOPED_TRACE(strRead);
+    EXPECT_EQ(Written({{&pnodeTop, &fdsc}}), strWritten);
+    Write(strRead);
+    INIFILE *pini = IniOpen("input", INI_MODE_READ);
+    EXPECT_EQ(IniRead(pini, &pnodeTop, &fdsc), 0u);
+    IniClose(pini);
+    for (const auto &[str, node] : expected) {
+      if (node.l == 2) continue;
+      EXPECT_EQ(std::memcmp(nodes[str], &node, sizeof node), 0) << str;
+      MemFreeMem_(nodes[str]);
+    }
+  }
 }
 } // namespace

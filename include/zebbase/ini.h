@@ -140,6 +140,9 @@ ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode);
             pointer set to null, when the section or its last field is missing (texts that had been read into
             it are lost). A pointer whose first element is missing (types 26, 27) and a text for which there is no
             memory stay as they were.
+   Cycles   A reference of type 28 that leads back, to a structure that is being read, stays and is passed over; and a
+            block is not freed while something in it is being read. Otherwise no two references may lead to one
+            structure: it is freed with the first of them whose section is missing.
    Lists    of structures end at the first section that is missing, lists of values at the first key. An item of type 10
             carries the text, any other a block that holds the value. The elements of a value list are values (types 0
             to 17); one of another type, with FDSC_NOINI or without elements is not read, one that is an array is read
@@ -160,7 +163,8 @@ ZEB_API ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc);
    - a value list whose field stands after that of a structure: its keys then lie in that structure's section;
    - value lists whose elements are no single values: their keys or sections have one name for all elements.
    Null pointers and empty lists write nothing, nor do list items without data (but null texts), which get no
-   number.
+   number. References and list items that lead back, to a structure that is being written, are passed over likewise; what
+   is reached twice in any other way is written twice.
    Result   0, always. Output errors show on the stream (pfile), to ferror and, at the end, to nobody. */
 ZEB_API ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc);
 
