@@ -12,6 +12,7 @@
 
 #include "bytes.h"
 #include "fields.h"
+#include "format.h"
 #include "guard.h"
 #include "number.h"
 #include "text.h"
@@ -57,11 +58,17 @@ void PutText(Output &out, const FDSC &fdsc, const char *psz) {
     out.Put(psz);
 }
 
-// Characters that need not be terminated. The program's formats get a terminated copy of them.
+// Characters that need not be terminated: from a format of the program's they are printed with a precision, so that the
+// runtime looks for no terminator.
 void PutCharacters(Output &out, const FDSC &fdsc, std::string_view sv) {
   if (!fdsc.pszFormat) return out.Put(sv);
-  const Tracked<char> copy(static_cast<char *>(MemAllocMem_(sv.size() + 1, __LINE__, szUnit)));
-  if (copy) out.Print(fdsc.pszFormat, static_cast<const char *>(std::memcpy(copy.get(), sv.data(), sv.size())));
+  ForPieces(
+      fdsc.pszFormat, [&](std::string_view svText) { out.Put(svText); },
+      [&](const CONVERSION &conversion) {
+        const int iWidth = static_cast<int>(conversion.ulWidth);
+        const auto iLength = static_cast<int>(std::min<std::size_t>(conversion.ulPrecision, sv.size()));
+        if (conversion.ch) out.Print("%*.*s", conversion.IsLeft() ? -iWidth : iWidth, iLength, sv.data());
+      });
 }
 
 std::string_view CharactersOf(const FDSC &fdsc, const BYTE *pb) { // up to a terminator

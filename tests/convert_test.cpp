@@ -38,6 +38,7 @@ TEST_F(IniConvert, GivesAndTakesTexts) {
   SDSC sdsc = {3, 0, 7, 0, {Field(FT_STRING, 2), Field(FT_STRING, 2), Field(FT_STRING, 3)}};
   const char *pszText = "text";
   enum HOW { both, to, from };
+  MemSetLimits(1, 1, 1); // no memory is needed
   const struct {
     HOW how;
     FDSC fdsc;
@@ -56,6 +57,8 @@ TEST_F(IniConvert, GivesAndTakesTexts) {
       {both, Field(FT_DOUBLE, 1, "=%lf"), Bytes(0.5), "=0.500000"},
       {to, Field(FT_STRING, 4), "ab" + str0 + "c", "ab"},
       {to, Field(FT_STRING, 4, "'%-6s'"), "abcd", "'abcd  '"},
+      {to, Field(FT_STRING, 4, "%%%1$5.3s%%%2$s%"), "abcd", "%  abc%abcd"},
+      {to, Field(FT_STRING, 4, "%.9s and no more"), "ab" + str0 + "c", "ab and no more"},
       {to, Field(FT_PSZ, 1, "<%s>"), Bytes(pszText), "<text>"},
       {to, Field(FT_PSZ), Bytes<const char *>(nullptr), ""},
       {both, Field(FT_ENUM16, 1, nullptr, &edsc), Bytes<USHORT>(2), "Two"},
