@@ -10,6 +10,7 @@
 #include <span>
 
 #include "guard.h"
+#include "output.h"
 #include "text.h"
 #include "zebbase/fil.h"
 #include "zebbase/mem.h"

@@ -11,10 +11,11 @@
 #include <string_view>
 
 #include "bytes.h"
+#include "digits.h"
 #include "fields.h"
 #include "format.h"
+#include "fraction.h"
 #include "guard.h"
-#include "number.h"
 #include "text.h"
 #include "zebbase/base.h"
 #include "zebbase/mem.h"
@@ -61,7 +62,7 @@ void PutText(Output &out, const FDSC &fdsc, const char *psz) {
 // Characters that need not be terminated: from a format of the program's they are printed with a precision, so that the
 // runtime looks for no terminator.
 void PutCharacters(Output &out, const FDSC &fdsc, std::string_view sv) {
-  if (!fdsc.pszFormat) return out.Put(sv);
+  if (!fdsc.pszFormat) return static_cast<void>(out.Put(sv));
   ForPieces(
       fdsc.pszFormat, [&](std::string_view svText) { out.Put(svText); },
       [&](const CONVERSION &conversion) {
@@ -242,7 +243,9 @@ ULONG SetReal(const FDSC &fdsc, BYTE *pb, const char *psz) {
 
 template <typename T>
 bool ReadReal(const FDSC &fdsc, const char *psz, T &t) {
-  return fdsc.pszFormat ? ScanThrough(fdsc.pszFormat, psz, t) : ScanReal(SkipSpace(psz), t);
+  if (fdsc.pszFormat) return ScanThrough(fdsc.pszFormat, psz, t);
+  psz = SkipSpace(psz);
+  return ScanReal(psz, t);
 }
 
 bool ReadRealTime(const FDSC &, const char *psz, REALTIME &rt) {
@@ -359,9 +362,9 @@ bool PutValue(Output &out, const FDSC &fdsc, const BYTE *pbData) {
 }
 
 BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc) {
-  Output out(pszText);
+  Output out(pszText, Output::cbUnknown);
   if (!PutValue(out, *pfdsc, *ppbData)) return 0;
-  out.Terminate();
+  out.Text();
   return 1;
 }
 
@@ -373,7 +376,7 @@ BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDSC *pfdsc
 }
 
 void VerbosityToString(ULONG fl, char *pszText) {
-  Output out(pszText);
+  Output out(pszText, Output::cbUnknown);
   for (const LEVEL &level : aLevel) {
     if (!(fl & level.fl)) continue;
     if (level.fl != VERB_ERROR) out.Put('|');
@@ -385,7 +388,7 @@ void VerbosityToString(ULONG fl, char *pszText) {
     out.Put(szArea);
     out.PutNumber(ulArea);
   }
-  out.Terminate();
+  out.Text();
   if (*pszText == '|') *pszText = ' ';
 }
 
@@ -404,7 +407,7 @@ void IntervalToString(ULONG ulSeconds, char *pszText) {
     char ch;
   };
   static constexpr UNIT aUnit[] = {{86400, 'd'}, {3600, 'h'}, {60, 'm'}, {1, 's'}};
-  Output out(pszText);
+  Output out(pszText, Output::cbUnknown);
   for (const UNIT &unit : aUnit) {
     const ULONG ulUnits = ulSeconds / unit.ulSeconds;
     ulSeconds %= unit.ulSeconds;
@@ -412,5 +415,5 @@ void IntervalToString(ULONG ulSeconds, char *pszText) {
     out.PutNumber(ulUnits);
     out.Put(unit.ch);
   }
-  out.Terminate();
+  out.Text();
 }

@@ -12,9 +12,11 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 
 #include "guard.h"
+#include "output.h"
 #include "text.h"
 #include "zebbase/tme.h"
 
@@ -77,6 +79,12 @@ constexpr const char *apszErrMessage[] = {"Open failed on file: %s",
                                           "Font load failed for font: %s",
                                           "Internal error",
                                           "Bad format in file: %s"};
+
+// What follows the last '/'.
+const char *BaseName(const char *psz) {
+  const char *pszSlash = std::strrchr(psz, '/');
+  return pszSlash ? pszSlash + 1 : psz;
+}
 
 bool IsEntry(ULONG ulEntry) { return ulEntry >= ulFirstEntry && ulEntry < ulEntries && aerbBlock[ulEntry].fInUse; }
 
@@ -407,7 +415,9 @@ ULONG ErrPanicError(const char *pszMessage, const char *pszFile, ULONG ulLine) {
   if (ulErrType == ERR_TYPE_CONSOLE || ulErrType == ERR_TYPE_CONSOLE_LOG) std::printf("Panic: %s\n", pszMessage);
   const Lock lock(fPanicInit ? &mtxsemPanic : nullptr, SEM_WAIT_FOREVER);
   char szNow[TME_ALT_STRING_SIZE];
-  AppendToFile("panic.log", {TmeRealTimeToAltString(TmeGetRealTime(), szNow), "  - ", pszFile, ":", Decimal(ulLine),
+  TextBuffer<ulMostDigits + 1> number;
+  number.PutNumber(ulLine);
+  AppendToFile("panic.log", {TmeRealTimeToAltString(TmeGetRealTime(), szNow), "  - ", pszFile, ":", number.View(),
                              " - ", pszMessage, "\n"});
   return 0;
 }

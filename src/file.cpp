@@ -20,6 +20,7 @@
 
 #include "guard.h"
 #include "memory.h"
+#include "output.h"
 #include "text.h"
 #include "zebbase/lst.h"
 #include "zebbase/mem.h"
@@ -122,9 +123,11 @@ std::string_view ClosingFor(std::string_view sv) {
 // way, before a ".." makes it shorter again.
 class Directory {
  public:
-  explicit Directory(std::string_view svBase) {
-    Append(svBase);
-    Append(ClosingFor(svBase));
+  explicit Directory(std::string_view svBase) { Set(svBase); }
+
+  void Set(std::string_view sv) {
+    text_.Shorten(0);
+    text_.Put(sv).Put(ClosingFor(sv));
   }
 
   // Goes where svDir leads. Result: false, with an unfinished text, when a ".." climbs above the root.
@@ -135,25 +138,18 @@ class Directory {
       if (svName == "..") {
         const Part parent = ParentOf(Text());
         if (!parent) return false;
-        cb_ = parent->size();
+        text_.Shorten(parent->size());
       } else if (!svName.empty() && svName != ".") {
-        Append(svName);
-        Append("/");
+        text_.Put(svName).Put('/');
       }
     }
     return true;
   }
 
-  std::string_view Text() const { return {ach_, cb_}; }
+  std::string_view Text() const { return text_.View(); }
 
  private:
-  void Append(std::string_view sv) {
-    std::memcpy(ach_ + cb_, sv.data(), sv.size());
-    cb_ += sv.size();
-  }
-
-  char ach_[2 * FIL_MAX_PATH]; // a base with its closing '/', and a path with one
-  std::size_t cb_ = 0;
+  TextBuffer<2 * FIL_MAX_PATH + 1> text_; // a base with its closing '/', and a path with one
 };
 
 bool IsAbsolute(std::string_view sv) { return !sv.empty() && sv.front() == '/'; }
@@ -368,7 +364,7 @@ BOOL FilCheckPathName(char *pszPath, ULONG ulMode, ULONG ulPart) {
   char szCurrent[FIL_MAX_PATH + 1] = "/";
   if (!IsAbsolute(svDir) && !ReadCurrentDir(szCurrent)) return 0;
   Directory directory(szCurrent);
-  if (!directory.Resolve(svDir)) directory = Directory(svDir);
+  if (!directory.Resolve(svDir)) directory.Set(svDir);
 
   // What may not fit is settled before the current directory changes.
   char szPart[FIL_MAX_PATH];

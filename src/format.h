@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "text.h"
+#include "digits.h"
 #include "zebbase/types.h"
 
 // A conversion such as %-8.3lf. Its parts are what stands there; only their order is known to be right.

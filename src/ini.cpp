@@ -13,6 +13,7 @@
 #include "guard.h"
 #include "iniwrite.h"
 #include "memory.h"
+#include "output.h"
 #include "parse.h"
 #include "text.h"
 #include "underway.h"
@@ -62,7 +63,7 @@ bool ReadTitle(PARSECTX *pprs, INIFILE *pini) { // its "[" has been taken
 bool ReadKey(PARSECTX *pprs, INIFILE *pini) { // one or two words, "=", and the value
   Name name;
   char achValue[INI_MAX_TEXT];
-  Sink value(achValue, sizeof achValue);
+  Output value(achValue, sizeof achValue);
   if (!JoinWord(pprs, name, true)) return false;
   if (!PrsNextChar(pprs, '=') && !(JoinWord(pprs, name, true) && PrsNextChar(pprs, '='))) return false;
   return TakeSentence(pprs, value) && AddEntry(pini, name.View(), value.View());

@@ -143,7 +143,7 @@ INIFILE *OpenForWriting(const char *pszFile) {
   if (!file) return nullptr;
   TextBuffer<FIL_MAX_PATH + 8> header;
   header.Put("[ ").Put(szName).Put(" ]\n");
-  std::fwrite(header.View().data(), 1, header.Length(), file.get());
+  std::fwrite(header.Text(), 1, header.Length(), file.get());
   auto *pini = static_cast<INIFILE *>(MemAllocMem_(sizeof(INIFILE), __LINE__, szUnit));
   if (pini) pini->pfile = file.release();
   return pini;

@@ -16,7 +16,6 @@
 #include <limits>
 
 #include "output.h"
-#include "text.h"
 #include "zebbase/base.h"
 #include "zebbase/err.h"
 
@@ -220,7 +219,7 @@ template <typename Source>
   BYTE *pb = Allocate(sv.size() + 1, ulLine, source);
   if (!pb) return nullptr;
   auto *psz = reinterpret_cast<char *>(pb);
-  CopyText(psz, sv);
+  std::memcpy(psz, sv.data(), sv.size());
   psz[sv.size()] = '\0';
   return psz;
 }
@@ -230,29 +229,14 @@ bool PointsInto(const char *psz, char *pszBlock) {
   return uOffset < BlockOf(pszBlock)->ulSize;
 }
 
-// One line of the dump: number, address of the header, file, line and size. Each gives the end of what it put.
-constexpr ULONG ulMostDumpLine = 64;
-
-char *PutText(char *pch, std::string_view sv) {
-  CopyFew(pch, sv);
-  return pch + sv.size();
-}
-
-char *PutBlanks(char *pch, char *pchEnd) { // up to there
-  while (pch < pchEnd) *pch++ = ' ';
-  return pch;
-}
-
-char *PutDumpLine(char *pch, ULONG ulNumber, const MEMBLOCK *pmb) {
-  const char *pchFileEnd = pmb->achFile + sizeof pmb->achFile;
-  const std::string_view svFile(pmb->achFile, std::find(pmb->achFile, pchFileEnd, '\0'));
-  const ULONG ulDigits = CountDigits(ulNumber);
-  if (ulDigits < 5) pch = PutBlanks(pch, pch + 5 - ulDigits);
-  pch = PutText(PutDecimal(pch, ulNumber), ". 0x");
-  pch = PutText(PutHexadecimal(pch, reinterpret_cast<std::uintptr_t>(pmb)), " ");
-  pch = PutText(PutBlanks(pch, pch + sizeof pmb->achFile - svFile.size()), svFile);
-  pch = PutText(PutDecimal(PutText(pch, " - "), pmb->usLine), ": ");
-  return PutText(PutDecimal(pch, pmb->ulSize), "\n");
+// One line of the dump: number, address of the header, file, line and size.
+void PutDumpLine(Output &out, ULONG ulNumber, const MEMBLOCK *pmb) {
+  const char *pchFileEnd = std::find(pmb->achFile, std::end(pmb->achFile), '\0');
+  char achNumber[ulMostDigits];
+  out.PutPadded({achNumber, PutDecimal(achNumber, ulNumber)}, 5).Put(". 0x");
+  out.Took(PutHexadecimal(out.Room(ulMostDigits), reinterpret_cast<std::uintptr_t>(pmb))).Put(' ');
+  out.PutPadded({pmb->achFile, pchFileEnd}, sizeof pmb->achFile).Put(" - ");
+  out.PutNumber(pmb->usLine).Put(": ").PutNumber(pmb->ulSize).Put('\n');
 }
 } // namespace
 
@@ -309,8 +293,7 @@ BOOL MemDumpMemory(FILE *pf) {
   ULONG ulNumber = 0;
   char achBuffer[8192];
   Output out(pf, achBuffer, sizeof achBuffer);
-  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb))
-    out.Took(PutDumpLine(out.Room(ulMostDumpLine), ++ulNumber, pmb));
+  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb)) PutDumpLine(out, ++ulNumber, pmb);
   out.Flush();
   return 1;
 }

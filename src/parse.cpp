@@ -20,8 +20,9 @@
 #include <limits>
 #include <string_view>
 
+#include "digits.h"
+#include "fraction.h"
 #include "guard.h"
-#include "number.h"
 #include "text.h"
 #include "zebbase/mem.h"
 #include "zebbase/tme.h"
@@ -385,12 +386,12 @@ const char *FindWord(PARSECTX *pprs, const char *pszWord) {
 }
 
 // Takes one quoted text, whose opening quote is at the read position. Result: whether it closes.
-bool TakeQuoted(PARSECTX *pprs, Sink &sink) {
+bool TakeQuoted(PARSECTX *pprs, Output &out) {
   pprs->pszCurrent++;
   for (;;) {
     const char *psz = pprs->pszCurrent;
     const char *pszEnd = Find(psz, EndOfLine(pprs), '"');
-    sink.Put({psz, pszEnd});
+    out.Put({psz, pszEnd});
     if (*pszEnd == '"') {
       pprs->pszCurrent = pszEnd + 1;
       return true;
@@ -399,16 +400,16 @@ bool TakeQuoted(PARSECTX *pprs, Sink &sink) {
   }
 }
 
-bool TakeQuotedTexts(PARSECTX *pprs, Sink &sink) {
+bool TakeQuotedTexts(PARSECTX *pprs, Output &out) {
   bool fClosed = false;
-  do fClosed = TakeQuoted(pprs, sink);
+  do fClosed = TakeQuoted(pprs, out);
   while (fClosed && *NextItem(pprs) == '"');
   return fClosed;
 }
 
-void TakeRestOfLine(PARSECTX *pprs, Sink &sink) {
+void TakeRestOfLine(PARSECTX *pprs, Output &out) {
   const char *psz = pprs->pszCurrent;
-  sink.Put({psz, Find(psz, EndOfLine(pprs), '\r')}); // which may stand inside of a line
+  out.Put({psz, Find(psz, EndOfLine(pprs), '\r')}); // which may stand inside of a line
   PrsNextLine(pprs);
 }
 
@@ -647,14 +648,16 @@ BOOL PrsGetHexNumber(PARSECTX *pprs, ULONG *pulValue) {
   if (!psz || *psz == '\0') return 0;
   const bool fPrefix = ToLower(psz[1]) == 'x';
   if (fPrefix && psz[0] != '0') return 0;
-  if (!ScanHex(fPrefix ? psz + 2 : psz, *pulValue)) return 0;
+  const char *pszNumber = fPrefix ? SkipSpace(psz + 2) : psz;
+  if (!ScanHex(pszNumber, *pulValue)) return 0;
   pprs->pszCurrent = Skip(psz, [](char ch) { return IsHexDigit(ch) || ToLower(ch) == 'x'; });
   return 1;
 }
 
 BOOL PrsGetReal(PARSECTX *pprs, double *pdValue) {
   const char *psz = NextNumber(pprs);
-  if (!psz || !ScanReal(psz, *pdValue)) return 0;
+  const char *pszEnd = psz;
+  if (!psz || !ScanReal(pszEnd, *pdValue)) return 0;
   pprs->pszCurrent = psz + std::strspn(psz, "0123456789eE+-.");
   return 1;
 }
@@ -668,18 +671,18 @@ BOOL PrsGetRealTime(PARSECTX *pprs, REALTIME *prtValue) {
 
 BOOL PrsGetSentence(PARSECTX *pprs, char *pszText) {
   if (IsAtEnd(pprs)) return 0;
-  Sink sink(pszText, std::numeric_limits<ULONG>::max());
-  const bool fTaken = TakeSentence(pprs, sink);
-  pszText[sink.View().size()] = '\0';
+  Output out(pszText, Output::cbUnknown);
+  const bool fTaken = TakeSentence(pprs, out);
+  out.Text();
   return fTaken;
 }
 
-bool TakeSentence(PARSECTX *pprs, Sink &sink) {
+bool TakeSentence(PARSECTX *pprs, Output &out) {
   const char *psz = NextItem(pprs);
   if (!psz) return false;
-  if (*psz == '"') return TakeQuotedTexts(pprs, sink) && !sink.IsCut();
-  TakeRestOfLine(pprs, sink);
-  return !sink.IsCut();
+  if (*psz == '"') return TakeQuotedTexts(pprs, out) && !out.IsCut();
+  TakeRestOfLine(pprs, out);
+  return !out.IsCut();
 }
 
 BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {

@@ -16,6 +16,7 @@
 #include <iterator>
 #include <limits>
 
+#include "digits.h"
 #include "text.h"
 
 static_assert(sizeof(TIMESTRUCT) == 40 && offsetof(TIMESTRUCT, fltSeconds) == 28);

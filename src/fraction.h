@@ -1,74 +1,18 @@
-// number.h: numbers in text, with the results of the runtime's sscanf: the plain cases by hand, all others by the
+// fraction.h: decimal fractions, both ways, with the results of the runtime: the plain cases by hand, all others by the
 // runtime.
 
-#ifndef ZEBBASE_SRC_NUMBER_H
-#define ZEBBASE_SRC_NUMBER_H
+#ifndef ZEBBASE_SRC_FRACTION_H
+#define ZEBBASE_SRC_FRACTION_H
 
 #include <cmath>
 #include <concepts>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <iterator>
 
+#include "digits.h"
 #include "guard.h"
-#include "text.h"
-#include "zebbase/types.h"
-
-// What the runtime's scan skips before a number.
-inline const char *SkipSpace(const char *psz) {
-  while (*psz == ' ' || (*psz >= '\t' && *psz <= '\r')) psz++;
-  return psz;
-}
-
-// A decimal number at the beginning of a text, as "%ld" reads it: a sign is allowed, what is beyond 32 bits is taken as
-// the largest or smallest number. psz is moved past it. Result: whether there was one; if not, nothing has changed.
-inline bool ScanLong(const char *&psz, LONG &l) {
-  const char *pszNumber = psz + (*psz == '-' || *psz == '+');
-  if (!IsDigit(*pszNumber)) return false;
-  const bool fNegative = *psz == '-';
-  const ULONG ul = ReadDigits(pszNumber, fNegative ? 0x80000000UL : 0x7FFFFFFFUL);
-  l = static_cast<LONG>(fNegative ? 0 - ul : ul);
-  psz = pszNumber;
-  return true;
-}
-
-// Whether a digit run is beyond 32 bits.
-[[gnu::noinline]] inline bool IsTooLarge(const char *psz) {
-  std::uint64_t ull = 0;
-  for (; IsDigit(*psz) && ull >> 32 == 0; psz++) ull = ull * 10 + static_cast<ULONG>(*psz - '0');
-  return ull >> 32 != 0;
-}
-
-// The same as "%lu" reads it: what is too large is the largest number, and a minus is taken modulo 2^32.
-inline bool ScanULong(const char *psz, ULONG &ul) {
-  constexpr ULONG ulMost = 0xFFFFFFFF;
-  const bool fNegative = *psz == '-';
-  if (*psz == '-' || *psz == '+') psz++;
-  if (!IsDigit(*psz)) return false;
-  const char *pszEnd = psz;
-  const ULONG ulValue = ReadDigits(pszEnd, ulMost);
-  const bool fTooLarge = ulValue == ulMost && IsTooLarge(psz);
-  ul = fNegative && !fTooLarge ? 0 - ulValue : ulValue;
-  return true;
-}
-
-constexpr ULONG ulNoHexDigit = 16;
-constexpr ULONG HexDigit(char ch) {
-  if (IsDigit(ch)) return static_cast<ULONG>(ch - '0');
-  const char chLow = ToLower(ch);
-  return chLow >= 'a' && chLow <= 'f' ? static_cast<ULONG>(chLow - 'a') + 10 : ulNoHexDigit;
-}
-
-// A hexadecimal number at the beginning of a text, as "%lx" reads it. Result: whether there was one; if not, ul is as
-// it was.
-inline bool ScanHex(const char *psz, ULONG &ul) {
-  ULONG ulValue = 0;
-  const char *pszEnd = psz;
-  for (ULONG ulDigit; (ulDigit = HexDigit(*pszEnd)) != ulNoHexDigit; pszEnd++) ulValue = ulValue << 4 | ulDigit;
-  const bool fPlain = pszEnd > psz && pszEnd - psz <= 8 && ToLower(*pszEnd) != 'x';
-  if (fPlain) ul = ulValue;
-  return fPlain || std::sscanf(psz, "%lx", &ul) == 1;
-}
 
 // A decimal fraction whose conversion takes one exact operation: an integer that the floating type holds exactly, and a
 // power of ten that it holds exactly as well.
@@ -79,23 +23,23 @@ struct EXACTLIMITS<double> {
   static constexpr std::uint64_t ullMantissa = std::uint64_t{1} << 53;
   static constexpr double adPower[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                        1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-  static constexpr char szFormat[] = "%lf";
+  static constexpr char szFormat[] = "%lf%n";
 };
 template <>
 struct EXACTLIMITS<float> {
   static constexpr std::uint64_t ullMantissa = std::uint64_t{1} << 24;
   static constexpr float adPower[] = {1e0F, 1e1F, 1e2F, 1e3F, 1e4F, 1e5F, 1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
-  static constexpr char szFormat[] = "%f";
+  static constexpr char szFormat[] = "%f%n";
 };
 
 // The parts of a decimal fraction, as far as they are plain.
-struct DECIMAL {
+struct FRACTION {
   std::uint64_t ullMantissa = 0;
   LONG lExponent = 0; // of ten
   bool fNegative = false;
 
-  // Result: whether the text begins with a fraction of at most 18 digits that ends clearly.
-  bool Read(const char *psz) {
+  // Result: whether the text begins with a fraction of at most 18 digits that ends clearly, behind which psz then is.
+  bool Read(const char *&psz) {
     fNegative = *psz == '-';
     if (*psz == '-' || *psz == '+') psz++;
     const char *pszDigits = psz;
@@ -108,7 +52,7 @@ struct DECIMAL {
       lDigits -= lExponent;
     }
     if (lDigits < 1 || lDigits > 18) return false;
-    if (ToLower(*psz) == 'e') return ReadExponent(psz + 1);
+    if (ToLower(*psz) == 'e') return ReadExponent(++psz);
     return ToLower(*psz) != 'x'; // 0x begins a hexadecimal fraction
   }
 
@@ -117,7 +61,7 @@ struct DECIMAL {
     for (; IsDigit(*psz); psz++) ullMantissa = ullMantissa * 10 + static_cast<ULONG>(*psz - '0');
     return psz;
   }
-  bool ReadExponent(const char *psz) {
+  bool ReadExponent(const char *&psz) {
     LONG l;
     if (!ScanLong(psz, l) || l > 99 || l < -99) return false;
     lExponent += l;
@@ -125,21 +69,26 @@ struct DECIMAL {
   }
 };
 
-// A fraction at the beginning of a text, as "%lf" or "%f" reads it, with a decimal point in every locale. Result:
-// whether there was one; if not, t is as it was.
+// Scans a fraction, as "%lf" or "%f" reads it, with a decimal point in every locale. Result: whether there was one, past
+// which psz is moved; if not, nothing has changed.
 template <std::floating_point T>
-inline bool ScanReal(const char *psz, T &t) {
+inline bool ScanReal(const char *&psz, T &t) {
   using Limits = EXACTLIMITS<T>;
   constexpr LONG lPowers = std::size(Limits::adPower);
-  DECIMAL dec;
-  if (dec.Read(psz) && dec.ullMantissa <= Limits::ullMantissa && dec.lExponent > -lPowers && dec.lExponent < lPowers) {
-    const T tMantissa = static_cast<T>(static_cast<std::int64_t>(dec.ullMantissa));
-    t = dec.lExponent < 0 ? tMantissa / Limits::adPower[-dec.lExponent] : tMantissa * Limits::adPower[dec.lExponent];
-    if (dec.fNegative) t = -t;
+  FRACTION frac;
+  const char *pszEnd = psz;
+  if (frac.Read(pszEnd) && frac.ullMantissa <= Limits::ullMantissa && std::labs(frac.lExponent) < lPowers) {
+    const T tMantissa = static_cast<T>(static_cast<std::int64_t>(frac.ullMantissa));
+    t = frac.lExponent < 0 ? tMantissa / Limits::adPower[-frac.lExponent] : tMantissa * Limits::adPower[frac.lExponent];
+    if (frac.fNegative) t = -t;
+    psz = pszEnd;
     return true;
   }
   const PlainLocale locale;
-  return std::sscanf(psz, Limits::szFormat, &t) == 1;
+  int iLength;
+  if (std::sscanf(psz, Limits::szFormat, &t, &iLength) != 1) return false;
+  psz += iLength;
+  return true;
 }
 
 // A fraction with six decimals, as "%f" prints it: rounded from its exact value, a half to the even digit.
