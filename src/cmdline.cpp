@@ -2,13 +2,17 @@
 
 #include "zebbase/cmd.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <span>
+#include <type_traits>
 
+#include "digits.h"
+#include "fraction.h"
 #include "guard.h"
 #include "output.h"
 #include "text.h"
@@ -71,25 +75,6 @@ bool ArgumentFollows(ConstTable acmdo, ULONG ulEntry) {
   return ulEntry + 1 < acmdo.size() && KindOf(acmdo[ulEntry + 1]) == Kind::SwitchArgument;
 }
 
-// What a plain decimal conversion (%d or %u, also with h or l) stores, in bytes; 0 for every other conversion.
-std::size_t PlainWidth(const char *psz) {
-  if (*psz++ != '%') return 0;
-  const std::size_t cb = *psz == 'h' ? sizeof(SHORT) : sizeof(LONG);
-  if (*psz == 'h' || *psz == 'l') psz++;
-  return (*psz == 'd' || *psz == 'u') && psz[1] == '\0' ? cb : 0;
-}
-
-// Reads a text that is a decimal number and nothing else, with so few digits that every conversion takes it as it is.
-bool ReadPlainNumber(const char *psz, ULONG &ul) {
-  const bool fNegative = *psz == '-';
-  if (fNegative) psz++;
-  const char *pszDigits = psz;
-  for (ul = 0; IsDigit(*psz); psz++) ul = ul * 10 + static_cast<ULONG>(*psz - '0');
-  if (*psz || psz == pszDigits || psz - pszDigits > 9) return false;
-  if (fNegative) ul = 0 - ul;
-  return true;
-}
-
 // Whether a conversion stores all it reads where it is told to: none with 'm', which allocates, or '$', which counts
 // targets.
 bool IsContained(const char *psz) {
@@ -135,17 +120,48 @@ void Store(CMDOPTION &cmdo, const CMDVALUE &value) {
     std::memcpy(&cmdo.value, &value, cb);
 }
 
+// Stores what one of the library's scanners reads into one member of a value.
+template <typename T, bool (*pfnScan)(const char *&psz, T &t), auto pMember>
+bool ScanInto(const char *pszText, CMDVALUE &value) {
+  T t;
+  pszText = SkipSpace(pszText);
+  if (!pfnScan(pszText, t)) return false;
+  value.*pMember = static_cast<std::remove_reference_t<decltype(value.*pMember)>>(t);
+  return true;
+}
+
+bool ScanCharacter(const char *pszText, CMDVALUE &value) {
+  value.chValue = *pszText;
+  return *pszText != '\0';
+}
+
+// The conversions that nearly every table has: they do as sscanf does, in a tenth of its time.
+struct CONVERSION {
+  char szText[4];
+  bool (*pfnScan)(const char *pszText, CMDVALUE &value);
+};
+constexpr CONVERSION aConversion[] = {
+    {"%ld", ScanInto<LONG, ScanLong, &CMDVALUE::lValue>},
+    {"%lu", ScanInto<ULONG, ScanULong, &CMDVALUE::ulValue>},
+    {"%lx", ScanInto<ULONG, ScanHex, &CMDVALUE::ulValue>},
+    {"%lf", ScanInto<double, ScanReal, &CMDVALUE::dValue>},
+    {"%f", ScanInto<float, ScanReal, &CMDVALUE::fltValue>},
+    {"%hd", ScanInto<LONG, ScanLong, &CMDVALUE::sValue>},
+    {"%hu", ScanInto<ULONG, ScanULong, &CMDVALUE::usValue>},
+    {"%d", ScanInto<LONG, ScanLong, &CMDVALUE::lValue>},
+    {"%u", ScanInto<ULONG, ScanULong, &CMDVALUE::ulValue>},
+    {"%x", ScanInto<ULONG, ScanHex, &CMDVALUE::ulValue>},
+    {"%c", ScanCharacter},
+};
+
 // Converts a text into an entry's value as sscanf would.
 bool Scan(const char *pszText, CMDOPTION &cmdo) {
   CMDVALUE value = cmdo.value;
-  ULONG ul;
-  const std::size_t cbPlain = PlainWidth(cmdo.szConversion);
-  if (cbPlain == sizeof(LONG) && ReadPlainNumber(pszText, ul))
-    value.ulValue = ul;
-  else if (cbPlain == sizeof(SHORT) && ReadPlainNumber(pszText, ul))
-    value.usValue = static_cast<USHORT>(ul);
-  else if (!ScanAnything(pszText, cmdo.szConversion, &value))
-    return false;
+  const auto *pconversion = std::find_if(std::begin(aConversion), std::end(aConversion), [&](const CONVERSION &c) {
+    return std::memcmp(c.szText, cmdo.szConversion, sizeof c.szText) == 0;
+  });
+  const bool fPlain = pconversion != std::end(aConversion);
+  if (!(fPlain ? pconversion->pfnScan(pszText, value) : ScanAnything(pszText, cmdo.szConversion, &value))) return false;
   Store(cmdo, value);
   return true;
 }
