@@ -160,46 +160,17 @@ void ExchangeInArray(ULONG ulMask, ELEMENT &elt1, ELEMENT &elt2) {
   Store(&elt2, ull2 ^ ull);
 }
 
-// The same for two pointers, in registers.
-template <typename T>
-void ExchangePointers(ULONG ulMask, T *&p1, T *&p2) {
-  const std::uintptr_t u = (reinterpret_cast<std::uintptr_t>(p1) ^ reinterpret_cast<std::uintptr_t>(p2)) & ulMask;
-  p1 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p1) ^ u);
-  p2 = reinterpret_cast<T *>(reinterpret_cast<std::uintptr_t>(p2) ^ u);
-}
-
-template <typename O>
-void WidePass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
-  const LIST *const plst = order.plst; // which a register holds, and order does not
-  for (const ELEMENT *peltEnd = pelt + (ulCount - ulGap); pelt < peltEnd && IsMarked(plst); pelt++)
-    ExchangeInArray(WrongMask(order, pelt[0], pelt[ulGap]), pelt[0], pelt[ulGap]);
-}
-
-// The pass with a gap of 1. What it carries along stays in registers: each exchange in the array would wait for the one
-// before. Result: 1 + the position of the last exchange.
-template <typename O>
-ULONG NarrowPass(O order, ELEMENT *pelt, ULONG ulCount) {
-  const LIST *const plst = order.plst;
-  ULONG ulLast = ulNoExchange;
-  ELEMENT elt1 = pelt[0];
-  for (ULONG i = 1; i < ulCount && IsMarked(plst); i++) {
-    ELEMENT elt2 = pelt[i];
-    const ULONG ulMask = WrongMask(order, elt1, elt2);
-    ExchangePointers(ulMask, elt1.pvData, elt2.pvData);
-    ExchangePointers(ulMask, elt1.pli, elt2.pli);
-    pelt[i - 1] = elt1;
-    elt1 = elt2;
-    ulLast ^= (ulLast ^ i) & ulMask;
-  }
-  pelt[ulCount - 1] = elt1;
-  return ulLast;
-}
-
+// One pass, which ends early when the list has changed. Result: for a gap of 1, 1 + the position of the last exchange.
 template <typename O>
 ULONG ArrayPass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
-  if (ulGap == 1) return NarrowPass(order, pelt, ulCount);
-  WidePass(order, ulGap, pelt, ulCount);
-  return ulNoExchange; // nobody asks
+  const LIST *const plst = order.plst; // which a register holds, and order does not
+  ULONG ulLast = ulNoExchange;
+  for (ULONG i = 0; i + ulGap < ulCount && IsMarked(plst); i++) {
+    const ULONG ulMask = WrongMask(order, pelt[i], pelt[i + ulGap]);
+    ExchangeInArray(ulMask, pelt[i], pelt[i + ulGap]);
+    ulLast ^= (ulLast ^ (i + 1)) & ulMask;
+  }
+  return ulLast;
 }
 
 // The comb over the nodes themselves, where there is no memory for the array.
