@@ -14,16 +14,23 @@ Fail() {
   failed=1
 }
 
-# The names that the headers declare with ZEB_API: the last word before the argument list, the array bound or the end.
+# The names that the headers declare with ZEB_API or, as additions, ZEB_API_1_1: the last word before the argument list,
+# the array bound or the end. Each with the version that exports it.
 DeclaredNames() {
   cat "$include"/zebbase/*.h | awk 'BEGIN { RS = "/[*]" } { sub(/.*[*]\//, ""); print }' | grep -v '#' | awk '
     BEGIN { RS = "ZEB_API" }
-    NR > 1 { sub(/[(;[].*/, ""); n = split($0, word, /[^A-Za-z0-9_]+/); print word[n] ? word[n] : word[n - 1] }' | sort
+    NR > 1 {
+      version = /^_1_1/ ? "1.1" : "1.0"
+      sub(/[(;[].*/, "")
+      n = split($0, word, /[^A-Za-z0-9_]+/)
+      print (word[n] ? word[n] : word[n - 1]) "@@ZEBBASE_" version
+    }' | sort
 }
 
 CheckExports() {
-  DeclaredNames | sed 's/$/@@ZEBBASE_1.0/' >"$work/declared"
-  "$READELF" -W --dyn-syms "$library" | awk '$5 != "LOCAL" && $7 ~ /^[0-9]+$/ { print $8 }' | sort >"$work/exported"
+  DeclaredNames >"$work/declared"
+  "$READELF" -W --dyn-syms "$library" | awk '$5 != "LOCAL" && $7 ~ /^[0-9]+$/ { print $8 }' |
+    grep -v '^ZEBBASE_' | sort >"$work/exported"
   [ -s "$work/declared" ] || Fail "no declaration found"
   diff "$work/declared" "$work/exported" >&2 || Fail "declared names (<) and exported names (>) differ"
 }

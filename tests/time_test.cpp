@@ -149,6 +149,74 @@ TEST(TimeTexts, GiveWhatTheyContain) {
   }
 }
 
+TEST(TimeTexts, AreReadStrictlyInEveryFormOfOneMoment) {
+  std::mt19937 random(5);
+  for (int i = 0; i < 20000; i++) {
+    const std::int64_t llTime = random(), llAhead = 60 * (random() % 2880 - 1440);
+    const ULONG ulDigits = random() % 10000, ulAhead = static_cast<ULONG>(std::llabs(llAhead) / 60);
+    const bool fSeconds = random() % 4, fZoned = random() % 2;
+    char szOffset[16], szFraction[16];
+    std::snprintf(szOffset, sizeof szOffset, random() % 2 ? "%c%02lu:%02lu" : "%c%02lu%02lu", llAhead < 0 ? '-' : '+',
+                  ulAhead / 60, ulAhead % 60);
+    std::snprintf(szFraction, sizeof szFraction, "%c%04lu", ".,"[random() % 2], ulDigits);
+    const std::int64_t llShown = llTime + (fZoned ? llAhead : 0);
+    const std::string strText = Text("%Y-%m-%d", static_cast<double>(llShown)) + "T_ "[random() % 3] +
+                                Text(fSeconds ? "%H:%M:%S" : "%H:%M", static_cast<double>(llShown)) +
+                                (fSeconds ? szFraction : "") +
+                                (fZoned         ? szOffset
+                                 : random() % 2 ? "Z"
+                                                : "");
+    REALTIME rt = -1;
+    if (llShown < 0 || ulAhead >= 24 * 60) continue;
+    ASSERT_EQ(TmeTextToRealTime((" " + strText + "\n").c_str(), &rt), 0u) << strText;
+    const double dRest = fSeconds ? ulDigits / 1e4 : -std::fmod(static_cast<double>(llTime), 60);
+    ASSERT_DOUBLE_EQ(rt, static_cast<double>(llTime) + dRest) << strText;
+    REALTIME rtAgain = -1;
+    ASSERT_EQ(TmeTextToRealTime(Render(TmeRealTimeToIsoString, rt, 26).c_str(), &rtAgain), 0u);
+    ASSERT_NEAR(rtAgain, rt, 0.000051) << strText;
+  }
+  EXPECT_EQ(Render(TmeRealTimeToIsoString, 1042626225.0, 26), "2003-01-15T10:23:45Z");
+  EXPECT_EQ(Render(TmeRealTimeToIsoString, 1042626225.5, 26), "2003-01-15T10:23:45.5000Z");
+}
+
+TEST(TimeTexts, AreRefusedWhereTheyAreNoTimes) {
+  const struct {
+    const char *pszText;
+    ULONG ulPosition; // of what is wrong
+  } aCase[] = {
+      {"", 1},
+      {"2003", 5},
+      {"2003-1-15", 7},
+      {"2003-13-15", 6},
+      {"2003-04-31", 9},
+      {"2003-02-29", 9},
+      {"2004-02-29", 0},
+      {"2100-02-29", 9},
+      {"2003-01-15x", 11},
+      {"2003-01-15T", 12},
+      {"2003-01-15 \n", 0},
+      {"2003-01-15 10", 14},
+      {"2003-01-15 24:00", 12},
+      {"2003-01-15 10:60", 15},
+      {"2003-01-15 10:23:60", 18},
+      {"2003-01-15 10:23:45.", 21},
+      {"2003-01-15 10:23:45.5x", 22},
+      {"2003-01-15 10:23:45+1", 22},
+      {"2003-01-15 10:23:45Z+01", 21},
+      {" 1969-12-31 23:59:59", 2},
+      {"1970-01-01 00:30+01:00", 1},
+      {"2106-02-07 06:28:15.9999", 0},
+      {"2106-02-07 06:28:16", 1},
+  };
+  for (const auto &[pszText, ulPosition] : aCase) {
+    REALTIME rt = -1;
+    EXPECT_EQ(TmeTextToRealTime(pszText, &rt), ulPosition) << pszText;
+    EXPECT_EQ(rt == -1, ulPosition != 0) << pszText;
+  }
+  REALTIME rt = -1;
+  EXPECT_EQ(TmeTextToRealTime(nullptr, &rt), 1u);
+}
+
 TEST(TmeGetRealTime, IsTheClockInWholeSeconds) {
   const std::time_t tBefore = std::time(nullptr);
   REALTIME rt = 0;

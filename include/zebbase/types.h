@@ -14,6 +14,7 @@ extern "C" {
 
 /* Marks what the shared library exports. */
 #define ZEB_API __attribute__((visibility("default")))
+#define ZEB_API_1_1 ZEB_API /* an addition of version 1.1: a program that uses it needs that version or a later one */
 
 typedef unsigned long ULONG;   /* unsigned, 32 bits */
 typedef long LONG;             /* signed, 32 bits */
