@@ -57,10 +57,10 @@ void Link(LIST *plst, LISTITEM *pli, LISTITEM *pliPrev, LISTITEM *pliNext) {
   pli->fInList = 1;
   pli->plst = plst;
   plst->ulCount++;
-  if (pliNext || IsMarked(plst))
-    Renumber(plst);
-  else // an append moves no other node
-    pli->ulIndex = plst->fIndexed ? plst->ulCount - 1 : 0;
+  if (pliNext) return Renumber(plst);
+  if (!plst->fIndexed) return; // a free node has no position
+  Unmark(plst);
+  if (plst->fIndexed) pli->ulIndex = plst->ulCount - 1; // an append moves no other node
 }
 
 void LinkAtEnd(LIST *plst, LISTITEM *pli, ULONG flFlags) { // at the one that the flags name
@@ -164,11 +164,12 @@ void ExchangeInArray(ULONG ulMask, ELEMENT &elt1, ELEMENT &elt2) {
 template <typename O>
 ULONG ArrayPass(O order, ULONG ulGap, ELEMENT *pelt, ULONG ulCount) {
   const LIST *const plst = order.plst; // which a register holds, and order does not
+  const ELEMENT *const peltEnd = pelt + (ulCount - ulGap);
   ULONG ulLast = ulNoExchange;
-  for (ULONG i = 0; i + ulGap < ulCount && IsMarked(plst); i++) {
-    const ULONG ulMask = WrongMask(order, pelt[i], pelt[i + ulGap]);
-    ExchangeInArray(ulMask, pelt[i], pelt[i + ulGap]);
-    ulLast ^= (ulLast ^ (i + 1)) & ulMask;
+  for (ULONG ul = 1; pelt < peltEnd && IsMarked(plst); pelt++, ul++) {
+    const ULONG ulMask = WrongMask(order, pelt[0], pelt[ulGap]);
+    ExchangeInArray(ulMask, pelt[0], pelt[ulGap]);
+    ulLast ^= (ulLast ^ ul) & ulMask;
   }
   return ulLast;
 }
