@@ -14,10 +14,10 @@
 #include "digits.h"
 #include "fraction.h"
 #include "guard.h"
+#include "memory.h"
 #include "output.h"
 #include "text.h"
 #include "zebbase/fil.h"
-#include "zebbase/mem.h"
 
 static_assert(sizeof(CMDVALUE) == 8);
 static_assert(sizeof(CMDOPTION) == 112 && offsetof(CMDOPTION, chSwitchId) == 8 && offsetof(CMDOPTION, fCase) == 12);
@@ -27,7 +27,7 @@ static_assert(offsetof(CMDOPTION, value) == 104);
 static_assert(sizeof(CMDRESULT) == 84 && sizeof(CMDHELP) == 8);
 
 namespace {
-constexpr char szUnit[] = "cmdline"; // the source name in allocations
+constexpr SOURCE source = "cmdline"; // in allocations
 
 using Table = std::span<CMDOPTION>;
 using ConstTable = std::span<const CMDOPTION>;
@@ -272,7 +272,7 @@ class Parse {
     ULONG ulRun = 0;
     while (ulArgument_ + ulRun < apszArg_.size() && *apszArg_[ulArgument_ + ulRun] != '-') ulRun++;
     if (ulRun == 0) return false;
-    auto **ppsz = static_cast<char **>(MemAllocMem_((ulRun + 1) * sizeof(char *), __LINE__, szUnit));
+    auto **ppsz = static_cast<char **>(AllocateMem((ulRun + 1) * sizeof(char *), source));
     if (!ppsz) return false;
     std::memcpy(ppsz, &apszArg_[ulArgument_], ulRun * sizeof(char *)); // the block ends with a null pointer
     cmdo.value.apszValue = ppsz;
@@ -559,7 +559,7 @@ ULONG CountLines(const char *psz) {
 } // namespace
 
 CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount) {
-  auto *pcmdresult = static_cast<CMDRESULT *>(MemAllocMem_(sizeof(CMDRESULT), __LINE__, szUnit));
+  auto *pcmdresult = New<CMDRESULT>(source);
   if (!pcmdresult) return nullptr;
   if (pcmdo || ulCount == 0)
     Parse(ArgumentsOf(argc, argv), Table(pcmdo, ulCount), *pcmdresult).Run();

@@ -16,13 +16,13 @@
 #include "format.h"
 #include "fraction.h"
 #include "guard.h"
+#include "memory.h"
 #include "text.h"
 #include "zebbase/base.h"
-#include "zebbase/mem.h"
 #include "zebbase/tme.h"
 
 namespace {
-constexpr char szUnit[] = "ini"; // the source name in allocations: conversion is a part of the INI module
+constexpr SOURCE source = "ini"; // in allocations: conversion is a part of the INI module
 
 // --- Enumerations ---
 
@@ -264,7 +264,7 @@ ULONG SetString(const FDSC &fdsc, BYTE *pb, const char *psz) { // the field's la
 }
 
 ULONG SetPsz(const FDSC &, BYTE *pb, const char *psz) {
-  char *pszCopy = MemAllocString_(psz, __LINE__, szUnit);
+  char *pszCopy = AllocateText(psz, source);
   if (!pszCopy) return 0;
   Store(pb, pszCopy);
   return 1;

@@ -18,7 +18,6 @@
 #include <string_view>
 #include <utility>
 
-#include "guard.h"
 #include "memory.h"
 #include "output.h"
 #include "text.h"
@@ -250,7 +249,7 @@ struct FreeSearch {
 using Search = std::unique_ptr<FILSEARCH, FreeSearch>;
 
 Search NewSearch() {
-  Search search(static_cast<FILSEARCH *>(AllocateMem(sizeof(FILSEARCH), __LINE__, source)));
+  Search search(New<FILSEARCH>(source));
   if (!search) return {};
   search->plstNames = LstNewList(0);
   return search->plstNames ? std::move(search) : Search();
@@ -269,7 +268,7 @@ mode_t QueryKind(int fdDir, const dirent &entry, bool fAsk) {
 }
 
 bool AppendName(LIST *plst, std::string_view sv) {
-  Tracked<char> name(AllocateText(sv, __LINE__, source));
+  Tracked<char> name(AllocateText(sv, source));
   return name && LstInsert(plst, name.get(), LST_END) && name.release();
 }
 

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "zebbase/base.h"
-#include "zebbase/mem.h"
 
 // Holds a lock for one scope; only a lock that was got is released. A null lock is none, and always got.
 class [[nodiscard]] Lock {
@@ -46,11 +45,5 @@ struct CloseFile {
   void operator()(FILE *pf) const { std::fclose(pf); }
 };
 using File = std::unique_ptr<FILE, CloseFile>;
-
-struct FreeTracked {
-  void operator()(void *pv) const { MemFreeMem_(pv); }
-};
-template <typename T>
-using Tracked = std::unique_ptr<T, FreeTracked>; // a block of the tracked allocator
 
 #endif

@@ -10,7 +10,6 @@
 
 #include "bytes.h"
 #include "fields.h"
-#include "guard.h"
 #include "iniwrite.h"
 #include "memory.h"
 #include "output.h"
@@ -36,9 +35,9 @@ using Name = TextBuffer<INI_MAX_TEXT + 1>;
 bool AddEntry(INIFILE *pini, std::string_view svName, std::string_view svValue) {
   const bool fTitle = !svValue.data();
   if (pini->ulEntries >= INI_MAX_ENTRIES) return false;
-  Tracked<char> name(AllocateText(svName, __LINE__, source));
+  Tracked<char> name(AllocateText(svName, source));
   if (!name) return false;
-  char *pszValue = fTitle ? nullptr : AllocateText(svValue, __LINE__, source);
+  char *pszValue = fTitle ? nullptr : AllocateText(svValue, source);
   if (!fTitle && !pszValue) return false;
   pini->aentry[pini->ulEntries++] = {fTitle, name.release(), pszValue};
   return true;
@@ -83,7 +82,7 @@ struct CloseIni {
 INIFILE *OpenForReading(const char *pszFile) {
   const std::unique_ptr<PARSECTX, EndParse> parse(PrsStartParse(pszFile, 0, INI_SEPARATORS));
   if (!parse || !ReadHeader(parse.get())) return nullptr;
-  std::unique_ptr<INIFILE, CloseIni> ini(static_cast<INIFILE *>(AllocateMem(sizeof(INIFILE), __LINE__, source)));
+  std::unique_ptr<INIFILE, CloseIni> ini(New<INIFILE>(source));
   if (!ini || !ParseFile(parse.get(), ini.get())) return nullptr;
   return ini.release();
 }
@@ -325,7 +324,7 @@ class Reader {
   // A structure in a block of its own, or null when it is missing.
   Tracked<BYTE> ReadNewStruct(const FDSC &fdsc, ULONG ulNumber) {
     const SDSC &sdsc = *StructureOf(fdsc);
-    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(sdsc.ulSize, __LINE__, source)));
+    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(sdsc.ulSize, source)));
     if (block && ReadStruct(block.get(), fdsc, ulNumber) != 0) {
       ReleaseContents(sdsc, block.get());
       block.reset();
@@ -353,7 +352,7 @@ class Reader {
       const ULONG ulResult = ReadValues(abText, fdsc, ulStart, ulNumber);
       return Tracked<BYTE>(ulResult == 0 ? Load<BYTE *>(abText) : nullptr);
     }
-    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(Extent(fdsc), __LINE__, source)));
+    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(Extent(fdsc), source)));
     if (block && ReadValues(block.get(), fdsc, ulStart, ulNumber) != 0) block.reset();
     return block;
   }

@@ -9,14 +9,14 @@
 #include "convert.h"
 #include "fields.h"
 #include "guard.h"
+#include "memory.h"
 #include "output.h"
 #include "underway.h"
 #include "zebbase/fil.h"
 #include "zebbase/lst.h"
-#include "zebbase/mem.h"
 
 namespace {
-constexpr char szUnit[] = "ini"; // the source name in allocations
+constexpr SOURCE source = "ini"; // in allocations
 constexpr ULONG ulNoNumber = 0;
 
 // A part of a section's title: the name of a structure field, within the title of the section that it belongs to.
@@ -144,7 +144,7 @@ INIFILE *OpenForWriting(const char *pszFile) {
   TextBuffer<FIL_MAX_PATH + 8> header;
   header.Put("[ ").Put(szName).Put(" ]\n");
   std::fwrite(header.Text(), 1, header.Length(), file.get());
-  auto *pini = static_cast<INIFILE *>(MemAllocMem_(sizeof(INIFILE), __LINE__, szUnit));
+  auto *pini = New<INIFILE>(source);
   if (pini) pini->pfile = file.release();
   return pini;
 }

@@ -256,7 +256,7 @@ void Sort(LIST *plst, Order order) {
 } // namespace
 
 LIST *LstNewList(ULONG flOptions) {
-  auto *plst = static_cast<LIST *>(AllocateMem(sizeof(LIST), __LINE__, source));
+  auto *plst = New<LIST>(source);
   if (!plst) return nullptr;
   plst->fIndexed = (flOptions & LST_INDEXED) != 0;
   SemCreateMutex(&plst->mtxsem, 0, 0, 0);
@@ -273,7 +273,7 @@ BOOL LstFreeList_(LIST *plst) {
 }
 
 LISTITEM *LstNew(void *pvData) {
-  auto *pli = static_cast<LISTITEM *>(AllocateUncleared(sizeof(LISTITEM), __LINE__, source));
+  auto *pli = NewUncleared<LISTITEM>(source);
   if (pli) *pli = {0, pvData, nullptr, nullptr, nullptr, 0};
   return pli;
 }

@@ -242,9 +242,9 @@ void PutDumpLine(Output &out, ULONG ulNumber, const MEMBLOCK *pmb) {
 
 void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) { return AllocateClear(ulBytes, ulLine, pszFile); }
 
-void *AllocateMem(ULONG ulBytes, ULONG ulLine, const SOURCE &source) { return AllocateClear(ulBytes, ulLine, source); }
+void *AllocateMem(ULONG ulBytes, const SOURCE &source, ULONG ulLine) { return AllocateClear(ulBytes, ulLine, source); }
 
-void *AllocateUncleared(ULONG ulBytes, ULONG ulLine, const SOURCE &source) { return Allocate(ulBytes, ulLine, source); }
+void *AllocateUncleared(ULONG ulBytes, const SOURCE &source, ULONG ulLine) { return Allocate(ulBytes, ulLine, source); }
 
 void MemFreeMem_(void *pv) {
   if (!pv) {
@@ -302,7 +302,7 @@ char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile) {
   return psz ? AllocateCopy(psz, ulLine, pszFile) : nullptr;
 }
 
-char *AllocateText(std::string_view sv, ULONG ulLine, const SOURCE &source) { return AllocateCopy(sv, ulLine, source); }
+char *AllocateText(std::string_view sv, const SOURCE &source, ULONG ulLine) { return AllocateCopy(sv, ulLine, source); }
 
 char *MemFreeStringAlloc_(char **ppsz, const char *psz, ULONG ulLine, const char *pszFile) {
   char *pszOld = *ppsz;

@@ -1,9 +1,9 @@
-// memory.h: what the allocator offers inside the library beside mem.h: allocations without the work that a caller can
-// do better, for the places that make very many of them.
+// memory.h: tracked memory inside the library: typed, owned, and without the work that a caller can do better.
 
 #ifndef ZEBBASE_SRC_MEMORY_H
 #define ZEBBASE_SRC_MEMORY_H
 
+#include <memory>
 #include <string_view>
 
 #include "zebbase/mem.h"
@@ -16,13 +16,30 @@ struct SOURCE {
   }
 };
 
-// As MemAllocMem_.
-void *AllocateMem(ULONG ulBytes, ULONG ulLine, const SOURCE &source);
+// Allocations are recorded with the line that calls them. All give null without memory.
 
-// The same for data that is not clear yet: the caller sets all of it.
-void *AllocateUncleared(ULONG ulBytes, ULONG ulLine, const SOURCE &source);
+// A clear block, and one that is not clear yet: the caller sets all of it.
+void *AllocateMem(ULONG ulBytes, const SOURCE &source, ULONG ulLine = __builtin_LINE());
+void *AllocateUncleared(ULONG ulBytes, const SOURCE &source, ULONG ulLine = __builtin_LINE());
 
-// As MemAllocString_, for a text of known length that need not be terminated.
-char *AllocateText(std::string_view sv, ULONG ulLine, const SOURCE &source);
+// A copy of a text that need not be terminated.
+char *AllocateText(std::string_view sv, const SOURCE &source, ULONG ulLine = __builtin_LINE());
+
+template <typename T>
+T *New(const SOURCE &source, ULONG ulLine = __builtin_LINE()) {
+  return static_cast<T *>(AllocateMem(sizeof(T), source, ulLine));
+}
+
+template <typename T>
+T *NewUncleared(const SOURCE &source, ULONG ulLine = __builtin_LINE()) {
+  return static_cast<T *>(AllocateUncleared(sizeof(T), source, ulLine));
+}
+
+// The owner of a block.
+struct FreeTracked {
+  void operator()(void *pv) const { MemFreeMem_(pv); }
+};
+template <typename T>
+using Tracked = std::unique_ptr<T, FreeTracked>;
 
 #endif

@@ -13,6 +13,7 @@
 #include "digits.h"
 #include "fraction.h"
 #include "lines.h"
+#include "memory.h"
 #include "text.h"
 #include "zebbase/mem.h"
 #include "zebbase/tme.h"
@@ -28,7 +29,7 @@ struct PARSECTX {
 };
 
 namespace {
-constexpr char szUnit[] = "parse"; // the source name in allocations
+constexpr SOURCE source = "parse"; // in allocations
 
 constexpr bool IsHexDigit(char ch) { return HexDigit(ch) != ulNoHexDigit; }
 
@@ -229,7 +230,7 @@ void SetKinds(PARSECTX *pprs, const char *pszSeparators) {
 PARSECTX *Open(const char *pszFile) {
   const int iFile = pszFile ? open(pszFile, O_RDONLY | O_CLOEXEC) : -1;
   if (pszFile && iFile < 0) return nullptr;
-  auto *pprs = static_cast<PARSECTX *>(MemAllocMem_(sizeof(PARSECTX), __LINE__, szUnit));
+  auto *pprs = New<PARSECTX>(source);
   if (!pprs) {
     if (pszFile) close(iFile);
     return nullptr;
