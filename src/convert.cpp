@@ -300,29 +300,55 @@ ULONG SetDotted(const FDSC &fdsc, BYTE *pb, const char *psz) {
   return fChanged;
 }
 
+// --- Both directions ---
+
+// What the conversion in a format may be so that it takes just the value, printed and scanned.
+struct RULE {
+  const char *pszConversions;
+  const char *pszLength;
+  const char *pszOther;      // another length
+  bool fOnlyPrinted = false; // which is right only for printing, so there must be a precision: no scan takes one
+
+  bool Allows(const CONVERSION &conversion) const {
+    const bool fOther = conversion.svLength == pszOther && (conversion.fPrecision || !fOnlyPrinted);
+    return conversion.ch && std::strchr(pszConversions, conversion.ch) && !conversion.fPosition &&
+           (conversion.svLength == pszLength || fOther) && conversion.ulWidth <= INI_MAX_TEXT &&
+           (conversion.ulPrecision <= INI_MAX_TEXT || !conversion.fPrecision);
+  }
+};
+constexpr char szWhole[] = "diouxX";
+constexpr char szReal[] = "aAeEfFgG";
+constexpr RULE ruleText = {"s", "", ""};
+constexpr RULE ruleByte = {szWhole, "h", "hh"};
+constexpr RULE ruleShort = {szWhole, "h", "h"};
+constexpr RULE ruleLong = {szWhole, "l", ""};
+constexpr RULE ruleFloat = {szReal, "", "l", true};
+constexpr RULE ruleDouble = {szReal, "l", "", true};
+
 struct CONVERTER {
   void (*pfnPut)(Output &out, const FDSC &fdsc, const BYTE *pb);
   ULONG (*pfnSet)(const FDSC &fdsc, BYTE *pb, const char *psz);
+  const RULE *prule; // null where the field's format is not used
 };
 constexpr CONVERTER aConverter[] = {
-    {PutBool<USHORT>, SetInteger<USHORT, ReadBool>},
-    {PutBool<ULONG>, SetInteger<ULONG, ReadBool>},
-    {PutInteger<BYTE>, SetInteger<BYTE, ScanByte>},
-    {PutInteger<SHORT>, SetInteger<SHORT, ScanInteger<SHORT>>},
-    {PutInteger<USHORT>, SetInteger<USHORT, ScanInteger<USHORT>>},
-    {PutInteger<LONG>, SetInteger<LONG, ScanInteger<LONG>>},
-    {PutInteger<ULONG>, SetInteger<ULONG, ScanInteger<ULONG>>},
-    {PutReal<float>, SetReal<float, ReadReal<float>>},
-    {PutReal<double>, SetReal<double, ReadReal<double>>},
-    {PutString, SetString},
-    {PutPsz, SetPsz},
-    {PutEnum<USHORT>, SetInteger<USHORT, ReadEnum>},
-    {PutEnum<ULONG>, SetInteger<ULONG, ReadEnum>},
-    {PutRealTime, SetReal<REALTIME, ReadRealTime>},
-    {PutFixedString, SetFixedString},
-    {PutDotted, SetDotted},
-    {PutVerbosity, SetInteger<ULONG, ReadVerbosity>},
-    {PutInterval, SetInteger<ULONG, ReadInterval>},
+    {PutBool<USHORT>, SetInteger<USHORT, ReadBool>, &ruleText},
+    {PutBool<ULONG>, SetInteger<ULONG, ReadBool>, &ruleText},
+    {PutInteger<BYTE>, SetInteger<BYTE, ScanByte>, &ruleByte},
+    {PutInteger<SHORT>, SetInteger<SHORT, ScanInteger<SHORT>>, &ruleShort},
+    {PutInteger<USHORT>, SetInteger<USHORT, ScanInteger<USHORT>>, &ruleShort},
+    {PutInteger<LONG>, SetInteger<LONG, ScanInteger<LONG>>, &ruleLong},
+    {PutInteger<ULONG>, SetInteger<ULONG, ScanInteger<ULONG>>, &ruleLong},
+    {PutReal<float>, SetReal<float, ReadReal<float>>, &ruleFloat},
+    {PutReal<double>, SetReal<double, ReadReal<double>>, &ruleDouble},
+    {PutString, SetString, &ruleText},
+    {PutPsz, SetPsz, &ruleText},
+    {PutEnum<USHORT>, SetInteger<USHORT, ReadEnum>, &ruleText},
+    {PutEnum<ULONG>, SetInteger<ULONG, ReadEnum>, &ruleText},
+    {PutRealTime, SetReal<REALTIME, ReadRealTime>, &ruleText},
+    {PutFixedString, SetFixedString, &ruleText},
+    {PutDotted, SetDotted, nullptr},
+    {PutVerbosity, SetInteger<ULONG, ReadVerbosity>, nullptr},
+    {PutInterval, SetInteger<ULONG, ReadInterval>, nullptr},
 };
 static_assert(std::size(aConverter) == FT_INTERVAL + 1);
 
@@ -359,6 +385,20 @@ bool PutValue(Output &out, const FDSC &fdsc, const BYTE *pbData) {
   if (fdsc.ulType >= std::size(aConverter)) return false;
   aConverter[fdsc.ulType].pfnPut(out, fdsc, pbData);
   return true;
+}
+
+bool IsFormatFor(ULONG ulType, const char *pszFormat) {
+  const RULE *prule = ulType < std::size(aConverter) ? aConverter[ulType].prule : nullptr;
+  if (!prule) return true;
+  ULONG ulConversions = 0;
+  bool fAllowed = true;
+  ForPieces(
+      pszFormat, [](std::string_view) {},
+      [&](const CONVERSION &conversion) {
+        ulConversions++;
+        fAllowed = fAllowed && prule->Allows(conversion);
+      });
+  return fAllowed && ulConversions == 1;
 }
 
 BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc) {

@@ -10,4 +10,8 @@
 // put.
 bool PutValue(Output &out, const FDSC &fdsc, const BYTE *pbData);
 
+// Whether a format is harmless in both directions, whoever wrote it, for a field of a type: it has one conversion, which
+// takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
+bool IsFormatFor(ULONG ulType, const char *pszFormat);
+
 #endif

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "convert.h"
 #include "reverse.h"
 #include "walk.h"
 #include "zebbase/ini.h"
@@ -184,6 +185,9 @@ class FdscUnpacker {
 
 // Holds a packed description against the order in which FdscPacker writes. What is accepted moves ulNext_ forward, so
 // nothing is met twice and the walk ends.
+//
+// The same goes for what the description will be used for: the steps that an operation takes over the data are counted,
+// with each element of an array, and held against the bytes that they are taken for.
 class FdscChecker {
  public:
   FdscChecker(const BYTE *pbBuffer, ULONG ulSize, bool fSwap) : pbBuffer_(pbBuffer), ulSize_(ulSize), fSwap_(fSwap) {}
@@ -191,34 +195,51 @@ class FdscChecker {
   ULONG Check() {
     if (!pbBuffer_ || ulSize_ < sizeof(FDSC)) return ERROR_FDSC_LAYOUT;
     ulNext_ = sizeof(FDSC);
-    ULONG ulExtent;
-    return CheckField(0, 0, ulExtent);
+    SCOPE scope;
+    return CheckField(0, 0, scope);
   }
 
  private:
+  // What the operations go over. A step is a field, or a name in the title of a structure's section.
+  struct SCOPE {
+    std::uint64_t ullExtent = 0; // bytes of data
+    std::uint64_t ullSteps = 0;
+  };
+
   ULONG Word(ULONG ulAt) const {
     const ULONG ul = Load<ULONG>(pbBuffer_ + ulAt);
     return fSwap_ ? Reversed(ul) : ul;
   }
 
-  // Gives the field's extent when it is fine.
-  ULONG CheckField(ULONG ulAt, ULONG ulDepth, ULONG &ulExtent) {
+  // Gives the scope of a field when it is fine.
+  ULONG CheckField(ULONG ulAt, ULONG ulDepth, SCOPE &scope) {
     const ULONG ulType = Word(ulAt + offsetof(FDSC, ulType));
     if (ulType >= FT_TYPES || (ulType > FT_INTERVAL && ulType < FT_STRUCT)) return ERROR_FDSC_TYPE;
     ULONG rc = RefuseUnmarked(ulType, Word(ulAt + offsetof(FDSC, flFlags)));
+    const ULONG ulItems = ulNext_;
+    if (rc == 0) rc = TakeText(ulAt + offsetof(FDSC, pszName));
+    if (rc == 0) rc = TakeFormat(ulAt + offsetof(FDSC, pszFormat), ulType);
+    SCOPE scopeNested;
+    if (rc == 0) rc = CheckNested(ulAt + offsetof(FDSC, pvDesc), ulType, ulDepth, scopeNested);
     if (rc != 0) return rc;
-    if (!TakeText(ulAt + offsetof(FDSC, pszName)) || !TakeText(ulAt + offsetof(FDSC, pszFormat)))
-      return ERROR_FDSC_LAYOUT;
-    ULONG ulElement = atydTypeDefaults[ulType].ulSize;
-    rc = CheckNested(ulAt + offsetof(FDSC, pvDesc), ulType, ulDepth, ulElement);
-    if (rc != 0) return rc;
-    const std::uint64_t ullExtent = std::uint64_t{ulElement} * Word(ulAt + offsetof(FDSC, ulCount));
-    ulExtent = static_cast<ULONG>(ullExtent);
-    return ullExtent > INI_MAX_EXTENT ? ERROR_FDSC_LIMIT : 0;
+    const ULONG ulCount = Word(ulAt + offsetof(FDSC, ulCount));
+    return Multiply(ulType, ulCount, scopeNested, sizeof(FDSC) + ulNext_ - ulItems, scope);
   }
 
-  // What the reference at ulAt leads to; gives the size of one element where that is a structure.
-  ULONG CheckNested(ULONG ulAt, ULONG ulType, ULONG ulDepth, ULONG &ulElement) {
+  // Gives the scope of a field, by that of one element where it is a structure. ulBytes is what its description takes.
+  static ULONG Multiply(ULONG ulType, ULONG ulCount, const SCOPE &scopeNested, ULONG ulBytes, SCOPE &scope) {
+    const bool fStructure = ulType == FT_STRUCT;
+    scope.ullExtent = ulCount * (fStructure ? scopeNested.ullExtent : atydTypeDefaults[ulType].ulSize);
+    if (scope.ullExtent > INI_MAX_EXTENT) return ERROR_FDSC_LIMIT;
+    const std::uint64_t ullMostSteps = scope.ullExtent * INI_MAX_STEPS + ulBytes;
+    const ULONG ulTimes = fStructure ? ulCount : 1;
+    if (ulTimes > 0 && scopeNested.ullSteps > (ullMostSteps - 1) / ulTimes) return ERROR_FDSC_LIMIT;
+    scope.ullSteps = scopeNested.ullSteps * ulTimes + 1;
+    return 0;
+  }
+
+  // What the reference at ulAt leads to; gives the scope of a structure.
+  ULONG CheckNested(ULONG ulAt, ULONG ulType, ULONG ulDepth, SCOPE &scope) {
     const ULONG ulNested = Word(ulAt);
     if (ulNested == 0) return 0;
     const NESTED nested = NestedOf(ulType);
@@ -226,39 +247,52 @@ class FdscChecker {
     if (!TakeRecord(ulNested, ulBytes)) return ERROR_FDSC_LAYOUT;
     if (nested == NESTED::Enumeration) return CheckEnumeration(ulNested);
     if (nested == NESTED::None) return 0;
-    if (ulType == FT_STRUCT) ulElement = Word(ulNested + offsetof(SDSC, ulSize));
-    return CheckStructure(ulNested, ulDepth + 1);
+    const ULONG rc = CheckStructure(ulNested, ulDepth + 1, scope);
+    if (rc != 0) return rc;
+    if (ulType != FT_STRUCT) return 0; // a dotted field has no section, and a size of its own
+    scope.ullSteps += ulDepth + 1;
+    return scope.ullExtent == Word(ulNested + offsetof(SDSC, ulSize)) ? 0 : ERROR_FDSC_SIZE;
   }
 
-  ULONG CheckStructure(ULONG ulAt, ULONG ulDepth) {
+  ULONG CheckStructure(ULONG ulAt, ULONG ulDepth, SCOPE &scope) {
     const ULONG ulFields = Word(ulAt + offsetof(SDSC, ulFields));
     if (ulFields > INI_MAX_FIELDS || ulDepth > INI_MAX_DEPTH) return ERROR_FDSC_LIMIT;
-    std::uint64_t ullSum = 0;
     for (ULONG i = 0; i < ulFields; i++) {
-      ULONG ulExtent;
-      const ULONG rc = CheckField(FieldOffset(ulAt, i), ulDepth, ulExtent);
+      SCOPE scopeField;
+      const ULONG rc = CheckField(FieldOffset(ulAt, i), ulDepth, scopeField);
       if (rc != 0) return rc;
-      ullSum += ulExtent;
+      scope.ullExtent += scopeField.ullExtent;
+      scope.ullSteps += scopeField.ullSteps;
     }
-    return ullSum == Word(ulAt + offsetof(SDSC, ulSize)) ? 0 : ERROR_FDSC_SIZE;
+    return 0;
   }
 
   ULONG CheckEnumeration(ULONG ulAt) {
     if (Word(ulAt + offsetof(EDSC, ulCount)) > INI_MAX_NAMES) return ERROR_FDSC_LIMIT;
-    for (ULONG i = 0; i < INI_MAX_NAMES; i++)
-      if (!TakeText(NameOffset(ulAt, i))) return ERROR_FDSC_LAYOUT;
+    for (ULONG i = 0; i < INI_MAX_NAMES; i++) {
+      const ULONG rc = TakeText(NameOffset(ulAt, i));
+      if (rc != 0) return rc;
+    }
     return 0;
   }
 
-  // Whether the reference at ulAt is null or leads to a text that comes next and ends inside the buffer.
-  bool TakeText(ULONG ulAt) {
+  // The reference at ulAt is null or leads to a text that comes next and ends inside the buffer.
+  ULONG TakeText(ULONG ulAt) {
     const ULONG ulText = Word(ulAt);
-    if (ulText == 0) return true;
-    if (ulText != ulNext_) return false;
-    const void *pvEnd = std::memchr(pbBuffer_ + ulText, '\0', ulSize_ - ulText);
-    if (!pvEnd) return false;
+    if (ulText == 0) return 0;
+    if (ulText != ulNext_) return ERROR_FDSC_LAYOUT;
+    const ULONG ulMost = std::min<ULONG>(ulSize_ - ulText, INI_MAX_TEXT + 1);
+    const void *pvEnd = std::memchr(pbBuffer_ + ulText, '\0', ulMost);
+    if (!pvEnd) return ulMost > INI_MAX_TEXT ? ERROR_FDSC_LIMIT : ERROR_FDSC_LAYOUT;
     ulNext_ = static_cast<ULONG>(static_cast<const BYTE *>(pvEnd) - pbBuffer_) + 1;
-    return true;
+    return 0;
+  }
+
+  ULONG TakeFormat(ULONG ulAt, ULONG ulType) {
+    const ULONG ulText = Word(ulAt);
+    const ULONG rc = TakeText(ulAt);
+    if (rc != 0 || ulText == 0) return rc;
+    return IsFormatFor(ulType, reinterpret_cast<const char *>(pbBuffer_ + ulText)) ? 0 : ERROR_FDSC_FORMAT;
   }
 
   // Whether a record stands at the next aligned place, inside the buffer.

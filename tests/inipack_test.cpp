@@ -5,7 +5,7 @@
 #include <array>
 #include <deque>
 
-#include "support.h"
+#include "input.h"
 #include "zebbase/swp.h"
 
 namespace {
@@ -50,8 +50,14 @@ struct Tree { // a random description
     return ab;
   }
   const char *NewText() { return Below(4) ? texts.emplace_back(Below(9), 'x').c_str() : nullptr; }
+  const char *NewFormat(ULONG ulType) { // one that fits, or any where none is used
+    static const char *const apszFormat[] = {"<%-5.3s>", "%05hx", "%%%lu%%", "%.3f", "% 20.9le"};
+    return Below(2) ? nullptr : ulType < FT_DOTTED ? apszFormat["001112234000000"[ulType] - '0'] : "%n";
+  }
   FDSC NewField(ULONG ulDepth, ULONG ulType) {
-    FDSC fdsc = {rng(), NewText(), rng() | flBoth, ulType, Below(9) ? Below(4) : 30, NewText(), nullptr};
+    const ULONG fl = IsPointer(ulType) || !Below(8) ? rng() | flBoth : rng() & ~flBoth;
+    const ULONG ulCount = ulType == FT_STRUCT || Below(9) ? Below(4) : 30;
+    FDSC fdsc = {rng(), NewText(), fl, ulType, ulCount, NewFormat(ulType), nullptr};
     if (ulType == FT_ENUM16 || ulType == FT_ENUM32) {
       EDSC &edsc = edscs.emplace_back(EDSC{Below(17), {}, {1, -2, 3}});
       for (const char *&psz : edsc.apszName) psz = NewText();
@@ -191,7 +197,9 @@ TEST(IniPack, StopsAtTheFirstErrorAndKeepsWhatWasDone) {
   }
 }
 
-TEST(IniCheckFdsc, RefusesEachKindOfDamage) {
+class IniChecking : public FileTest {};
+
+TEST_F(IniChecking, RefusesEachKindOfDamage) {
   EDSC edsc = {1, {"One"}, {}};
   SDSC sdscIn = Structure({Field(FT_ENUM16, 1, "E", &edsc), Field(FT_PSZ, 1, "P")}, 6);
   SDSC sdsc = Structure({Field(FT_STRUCT, 2, "A", &sdscIn), Field(FT_STRUCT, 1, "B", &sdscIn)}, 18);
@@ -225,8 +233,83 @@ TEST(IniCheckFdsc, RefusesEachKindOfDamage) {
   }
 }
 
+ULONG Check(const FDSC &fdsc) {
+  const Bytes ab = Packed(fdsc);
+  return IniCheckFdsc(ab.data(), ab.size(), 0);
+}
+
+TEST_F(IniChecking, RefusesWhatIsNotSafeToUse) {
+  const struct {
+    ULONG ulType;
+    const char *pszFine, *pszRefused; // formats
+  } aCase[] = {{FT_BYTE, "%hd~%3hhu~0x%02hX", "%d~%ld~%s~%c~%hhn~%hf"},
+               {FT_USHORT, "%hu~%hi~%+5.3ho", "%u~%hhu~%lu~%s~%hn~%128hu~%hu%hu"},
+               {FT_ULONG, "%08lx~%lu%%~%-127.127lu~%d",
+                "%n~%s~%9999999d~%128lu~%.128lu~%4294967297lu~%*lu~%1$lu~%mlu~%llu~%lu %lu~none~%%~%"},
+               {FT_FLOAT, "%f~%.3f~%10.4lg~%a", "%lf~%Lf~%.3Lf~%.*f~%ld~%s"},
+               {FT_DOUBLE, "%lf~%.3f~%.0lE", "%f~%Lf~%.3Lf~%.200lf~%lu~%s"},
+               {FT_STRING, "%s~%-20s.~<%.8s>", "%ls~%S~%c~%d~%p~%[a]~%ms~%s%s~%s%n~%*s"},
+               {FT_ENUM16, "%20s", "%hd~%n"},
+               {FT_DOTTED, "%n~~%s%s", ""}};
+  for (const auto &[ulType, pszFine, pszRefused] : aCase)
+    for (const char *psz : {pszFine, pszRefused})
+      for (const std::string &str : Split(psz)) {
+        FDSC fdsc = Field(ulType, 1);
+        fdsc.pszFormat = str.c_str();
+        EXPECT_EQ(Check(fdsc), psz == pszFine ? 0U : ERROR_FDSC_FORMAT) << "type " << ulType << ": " << str;
+      }
+  const std::string strLong(INI_MAX_TEXT, 'n'), strTooLong = strLong + "n";
+  EDSC edsc = {1, {strLong.c_str()}, {}}, edscTooLong = {0, {nullptr, strTooLong.c_str()}, {}};
+  EXPECT_EQ(Check(Field(FT_ENUM32, 1, strLong.c_str(), &edsc)), 0U);
+  EXPECT_EQ(Check(Field(FT_ENUM32, 1, nullptr, &edscTooLong)), ULONG{ERROR_FDSC_LIMIT});
+  EXPECT_EQ(Check(Field(FT_LONG, 1, strTooLong.c_str())), ULONG{ERROR_FDSC_LIMIT});
+
+  SDSC sdscDots = Structure({Field(FT_STRING, 2), Field(FT_STRING, 3)}, 99); // a size that nobody reads
+  EXPECT_EQ(Check(Field(FT_DOTTED, 6, nullptr, &sdscDots)), 0U);
+
+  SDSC sdscEmpty = Structure({}, 0), sdscByte = Structure({Field(FT_BYTE, 1)}, 1); // and empty structures in it
+  for (const auto &[ulCount, rc] : {std::pair{1723U, 0U}, {1724U, 10U}, {4000000000U, 10U}})
+    EXPECT_EQ(Check(Field(FT_STRUCT, ulCount, nullptr, &sdscEmpty)), rc) << ulCount;
+  for (; sdscByte.ulFields < 10; sdscByte.afdsc[sdscByte.ulFields++] = Field(FT_STRUCT, 1, nullptr, &sdscEmpty))
+    EXPECT_EQ(Check(Field(FT_STRUCT, 1000000, nullptr, &sdscByte)), sdscByte.ulFields <= 5 ? 0U : 10U);
+}
+
+// Converts values to text, for which there is just the room that the header names, and back.
+void ConvertValues(const FDSC &fdsc, BYTE *pb) {
+  const bool fStructure = fdsc.ulType == FT_STRUCT, fBlock = fdsc.ulType == 9 || fdsc.ulType == 14 || fdsc.ulType == 15;
+  const auto *psdsc = static_cast<const SDSC *>(fdsc.pvDesc);
+  for (ULONG ul = fBlock ? 1 : std::min<ULONG>(fdsc.ulCount, 3); ul > 0; ul--) {
+    for (ULONG i = 0; fStructure && psdsc && i < psdsc->ulFields; pb += ExtentOf(psdsc->afdsc[i++]))
+      ConvertValues(psdsc->afdsc[i], pb);
+    if (fStructure || IsPointer(fdsc.ulType)) continue;
+    std::vector<char> achText(fdsc.ulCount + 600);
+    EXPECT_EQ(IniConvertToString(&pb, achText.data(), &fdsc), 1U);
+    for (const char *psz : {static_cast<const char *>(achText.data()), "77777777777777777777 \x80"})
+      EXPECT_EQ(IniConvertFromString(&pb, psz, &fdsc, nullptr), 1U);
+    pb += WidthOf(fdsc.ulType);
+  }
+}
+
+// Writes data into an INI file, or as if, and reads it back. Gives the length of what was written.
+std::size_t WriteAndRead(const FDSC *pfdsc, BYTE *pb, bool fFile) {
+  static INIFILE ini;
+  char *pszText;
+  std::size_t cb;
+  ini.pfile = open_memstream(&pszText, &cb);
+  std::fputs("[ x ]\n", ini.pfile);
+  IniWrite(&ini, pb, pfdsc);
+  std::fclose(ini.pfile);
+  if (fFile) std::ofstream("input") << pszText;
+  std::free(pszText);
+  if (!fFile) return cb;
+  INIFILE *pini = IniOpen("input", INI_MODE_READ);
+  IniRead(pini, pb, pfdsc);
+  IniClose(pini);
+  return cb;
+}
+
 // Puts an accepted description to every use. The vectors have just their bytes, so the sanitizers see any beyond.
-void UseAccepted(Bytes ab, ULONG fSwap) {
+void UseAccepted(Bytes ab, ULONG fSwap, Tree &tree) {
   Bytes abAgain = ab; // its padding stays
   const Bytes abBefore = ab;
   ASSERT_EQ(IniUnpackFdsc(ab.data(), fSwap), 0U);
@@ -237,22 +320,28 @@ void UseAccepted(Bytes ab, ULONG fSwap) {
   const ULONG rc = IniSizeofData(pfdsc, nullptr, &ulSize), ulExtent = ExtentOf(*pfdsc);
   ASSERT_TRUE(rc == 0 ? ulSize == ulExtent : rc == ERROR_FDSC_TYPE && ulSize <= ulExtent) << rc;
   if (ulExtent > 100000) return;
-  Bytes abData(ulExtent), abFrom(ulSize);
-  EXPECT_EQ(IniUnpackData(pfdsc, abData.data(), abFrom.data(), ulSize & 4), rc);
+  Bytes abData = tree.RandomBytes(ulExtent), abFrom(ulSize);
+  abData.reserve(1); // an address, even of nothing
   BYTE *pb = abData.data();
   SwpSwapField(&pb, pfdsc, 0);
   EXPECT_EQ(pb, abData.data() + ulExtent);
+  ConvertValues(*pfdsc, abData.data());
+  EXPECT_LT(WriteAndRead(pfdsc, abData.data(), tree.Below(8) == 0), 3000 * (ulExtent + ab.size()));
+  EXPECT_EQ(IniUnpackData(pfdsc, abData.data(), abFrom.data(), ulSize & 4), rc);
 }
 
 void Damage(Bytes &ab, Tree &tree) {
-  const ULONG ulAt = tree.Below(ab.size() / 4) * 4, ulOther = tree.Below(ab.size() / 4) * 4, ulKind = tree.Below(6);
+  const ULONG ulAt = tree.Below(ab.size() / 4) * 4, ulOther = tree.Below(ab.size() / 4) * 4, ulKind = tree.Below(7);
   const ULONG aul[] = {tree.Below(64), At(ab, ulOther), At(ab, ulAt) + 4, At(ab, ulAt) - 28};
   if (ulKind < 4) At(ab, ulAt) = aul[ulKind];
   if (ulKind == 4) ab[tree.Below(ab.size())] ^= static_cast<BYTE>(1 << tree.Below(8));
   if (ulKind == 5) ab.resize(ulAt + 4);
+  const auto itFormat = ulKind == 6 ? std::find(ab.begin() + ulAt, ab.end() - 4, '%') : ab.end();
+  if (itFormat < ab.end() - 4) itFormat[1 + tree.Below(4)] = "%.*$9dflhmns"[tree.Below(12)];
 }
 
-TEST(IniCheckFdsc, AcceptsOnlyWhatCanBeUsed) {
+TEST_F(IniChecking, AcceptsOnlyWhatCanBeUsed) {
+  LiftLimits();
   ULONG aulResults[2] = {};
   for (ULONG ul = 0; ul < 15000 && !HasFailure(); ul++) {
     Tree tree(ul / 50);
@@ -263,7 +352,7 @@ TEST(IniCheckFdsc, AcceptsOnlyWhatCanBeUsed) {
     for (ULONG ulTimes = 1 + chance.Below(3); ulTimes > 0; ulTimes--) Damage(ab, chance);
     const bool fAccepted = IniCheckFdsc(Bytes(ab).data(), ab.size(), fSwap) == 0;
     aulResults[fAccepted]++;
-    if (fAccepted) UseAccepted(ab, fSwap);
+    if (fAccepted) UseAccepted(ab, fSwap, chance);
   }
   EXPECT_GT(std::min(aulResults[0], aulResults[1]), 1000U);
 }

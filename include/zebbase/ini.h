@@ -163,8 +163,8 @@ ZEB_API ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc);
    - a value list whose field stands after that of a structure: its keys then lie in that structure's section;
    - value lists whose elements are no single values: their keys or sections have one name for all elements.
    Null pointers and empty lists write nothing, nor do list items without data (but null texts), which get no
-   number. References and list items that lead back, to a structure that is being written, are passed over likewise; what
-   is reached twice in any other way is written twice.
+   number. References and list items that lead back, to a structure that is being written, are passed over likewise;
+   what is reached twice in any other way is written twice.
    Result   0, always. Output errors show on the stream (pfile), to ferror and, at the end, to nobody. */
 ZEB_API ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc);
 
@@ -218,11 +218,13 @@ ZEB_API void IntervalToString(ULONG ulSeconds, char *pszText);
 #define ERROR_FDSC_TYPE 7    /* the type is reserved, or one of the text types 16 and 17 and has no binary form */
 #define ERROR_FDSC_POINTER 8 /* a pointer (types 10, 26, 27, 28) that is not marked for being passed over */
 #define ERROR_FDSC_LAYOUT 9  /* IniCheckFdsc: something is not where IniPackFdsc puts it, or not inside the buffer */
-#define ERROR_FDSC_LIMIT 10  /* IniCheckFdsc: too many fields or names, too much data, too deep a nesting */
+#define ERROR_FDSC_LIMIT 10  /* IniCheckFdsc: beyond one of its limits */
 #define ERROR_FDSC_SIZE 11   /* IniCheckFdsc: the ulSize of a structure is not the sum of its fields' extents */
+#define ERROR_FDSC_FORMAT 12 /* IniCheckFdsc: a format that is not one conversion of its field's value */
 
 #define INI_MAX_DEPTH 127           /* structures within one another, in a description that IniCheckFdsc accepts */
 #define INI_MAX_EXTENT 0x7FFFFFFFUL /* bytes that such a description may describe */
+#define INI_MAX_STEPS 16            /* steps for each byte described; IniCheckFdsc says what a step is */
 
 /* The size of the buffer for IniPackFdsc, which needs at most this (28 bytes less for each nested field). Result 0. */
 ZEB_API ULONG IniSizeofFdsc(const FDSC *pfdsc, ULONG *pulSize);
@@ -231,22 +233,35 @@ ZEB_API ULONG IniSizeofFdsc(const FDSC *pfdsc, ULONG *pulSize);
    Result   0; ERROR_FDSC_POINTER for a pointer without both FDSC_NOINI and FDSC_NOPACK; the buffer is then useless. */
 ZEB_API ULONG IniPackFdsc(const FDSC *pfdsc, BYTE *pbBuffer);
 
-/* Whether a packed description can be unpacked: it reads the buffer as IniUnpackFdsc will, and changes nothing. To be
-   asked of every buffer that comes from elsewhere, since IniUnpackFdsc believes what it reads.
+/* Whether a packed description can be unpacked and used: it reads the buffer as IniUnpackFdsc will, and changes
+   nothing. To be asked of every buffer that comes from elsewhere, since all other operations believe what they read.
    ulSize   bytes of the buffer; more than the description takes is fine.
+   fSwap    as for IniUnpackFdsc.
    Result   0 only for what IniPackFdsc could have written: every record and text where the packer puts it, so that none
-            overlap and the nesting ends, and all inside the buffer. IniUnpackFdsc then succeeds, and IniSizeofData,
-            IniPackData, IniUnpackData and, without following, SwpSwapField go over no more than the described extent,
-            at most INI_MAX_EXTENT bytes. Otherwise an ERROR_FDSC code: ERROR_FDSC_TYPE for types 18 to 24 and above 28
-            (16 and 17 are accepted, their data is refused by the operations on data), ERROR_FDSC_POINTER as
+            overlap and the nesting ends, and all inside the buffer. IniUnpackFdsc then succeeds, and every operation on
+            the description and the data described is safe: none goes beyond the described extent, and all take time in
+            proportion to data and description. Otherwise an ERROR_FDSC code: ERROR_FDSC_TYPE for types 18 to 24 and
+            above 28 (16 and 17 are accepted, their data is refused by the operations that pack), ERROR_FDSC_POINTER as
             IniUnpackFdsc, LAYOUT also for a null buffer.
-   Not checked: the texts. A format out of an untrusted buffer must not get into a conversion to or from text,
-            which also needs room for fields and names as long as the description says. */
+   Limits   names, of fields and of enumerations, and formats are at most INI_MAX_TEXT characters long; INI_MAX_FIELDS,
+            INI_MAX_NAMES, INI_MAX_DEPTH and INI_MAX_EXTENT hold.
+   Formats  of types 0 to 14 have one conversion, of what the field holds: d, i, o, u, x or X with the length h (type 2
+            also hh) for types 2 to 4 and l or none for 5 and 6; a, e, f or g, of either case, with no length for type 7
+            and l for 8 (either one beside a precision, with which it is only printed); s for the others. Flags are
+            fine, and a width and a precision of up to INI_MAX_TEXT; so are %% and text around it. For a conversion to
+            text ulCount + 600 bytes are then room enough, but for type 10.
+   Steps    An array of structures must be worth walking over: with a step for each field (one more for each subfield of
+            type 15) and, for each structure, one for itself and one for each structure around it, counted for every
+            element, it takes at most INI_MAX_STEPS for each byte described, and as many more as its description has
+            bytes. This bounds structures without extent.
+   Still    Pointers in the data are as good as where the data comes from: IniConvertToString follows those of type 10;
+            types 26 to 28 are not to be followed (above). The conversions to and from text, IniRead and IniWrite take
+            descriptors at aligned addresses, so the buffer must have one. */
 ZEB_API ULONG IniCheckFdsc(const BYTE *pbBuffer, ULONG ulSize, ULONG fSwap);
 
 /* Turns a packed description, in place, into one that can be used: afterwards the buffer begins with the FDSC.
    fSwap    non-zero: it was packed on a machine of the other byte order.
-   Result   0; ERROR_FDSC_POINTER as IniPackFdsc. */
+   Result   0; ERROR_FDSC_POINTER as IniPackFdsc, and the buffer is then useless. */
 ZEB_API ULONG IniUnpackFdsc(BYTE *pbBuffer, ULONG fSwap);
 
 /* The size of the packed data of a field (the data is not looked at, and may be null), packing and unpacking.
