@@ -72,7 +72,7 @@ typedef struct FDSC {
   ULONG flFlags;         /* FDSC_* */
   ULONG ulType;          /* FT_* */
   ULONG ulCount;         /* elements (an array when above 1); bytes for types 9, 14 and 15 */
-  const char *pszFormat; /* conversion format in place of the type's default; null for the default */
+  const char *pszFormat; /* format in place of the type's default, for both directions (IniConvertToString); or null */
   void *pvDesc;          /* SDSC for types 15, 25, 26, 28; EDSC for 11, 12; the element's FDSC for 27; else null */
 } FDSC;
 
@@ -137,35 +137,49 @@ ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode);
    Owner    What it hands out is the program's, from the tracked allocator: the texts of type 10, the lists of types 26
             and 27 with their nodes and data, the structures of type 28. What such a field held before is dropped, not
             freed; but type 28 reads into a structure that is there, which must be a tracked block: it is freed, and the
-            pointer set to null, when the section or its last field is missing (texts that had been read into
-            it are lost). A pointer whose first element is missing (types 26, 27) and a text for which there is no
-            memory stay as they were.
+            pointer set to null, when the section or its last field is missing (texts that had been read into it are
+            lost). A pointer whose first element is missing (types 26, 27) and a text for which there is no memory stay
+            as they were.
    Cycles   A reference of type 28 that leads back, to a structure that is being read, stays and is passed over; and a
             block is not freed while something in it is being read. Otherwise no two references may lead to one
             structure: it is freed with the first of them whose section is missing.
    Lists    of structures end at the first section that is missing, lists of values at the first key. An item of type 10
-            carries the text, any other a block that holds the value. The elements of a value list are values (types 0
-            to 17); one of another type, with FDSC_NOINI or without elements is not read, one that is an array is read
-            once, because its keys carry the array's numbers (and not at all with type 10). Of an array of list or
-            structure pointers only the first is used.
-   Limits   structures nest at most 127 levels deep. */
+            carries the text, any other a block that holds the value. The keys of a value list have the name of its
+            element, not its own. The elements are values (types 0 to 17); one of another type, with FDSC_NOINI or
+            without elements is not read, one that is an array is read once, because its keys carry the array's numbers
+            (and not at all with type 10). Of an array of list or structure pointers only the first is used. Where
+            memory runs out, a list ends with the elements read so far; the result does not tell.
+   Limits   structures nest at most 127 levels deep, and a section's joined names are at most INI_MAX_TEXT characters;
+            what is beyond is missing. */
 ZEB_API ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc);
 
 /* Appends one described field to a file opened for writing, usually a structure with all that it holds: first its keys,
-   then, each as a section of its own, the structures within. What is written reads back as it was, except
-   - names of fields with white space or separators, and values beyond INI_MAX_TEXT characters: the reader refuses them;
-   - a text with a double quote, which ends there, or with a line end, which is lost with the white space behind it;
-   - a null text, which reads back empty; the last byte of a field of type 9, and zeros within one of type 14;
-   - truth values other than 0 and 1, enumeration values without a name, verbosity bits without one;
+   then, each as a section of its own, the structures within.
+   Result   0, always. Output errors show on the stream (pfile), to ferror and, at the end, to nobody.
+   Lists    An element of a value list has a key with the name of the element's descriptor and its number. The list's
+            own name is written nowhere; two lists of a structure whose elements have one name are mixed up.
+   Nothing  is written for null pointers and empty lists; for list items without data (but null texts), which get no
+            number; for a reference or list item that leads back, to a structure that is being written (one that is
+            reached twice in any other way is written twice); and for structures more than 127 levels deep.
+
+   What is written reads back as it was, except
+   - the whole file is refused with a separator in a name; a key whose name is empty, begins with a '[' or has two
+     blanks (one where a number follows); a name, a section's joined names or a value beyond INI_MAX_TEXT characters;
+   - names with other blanks are not found, since the reader joins their words;
+   - a text with a double quote ends there, and what follows is taken for the next entry, so that mostly the whole file
+     is refused; a line end in a text is lost with the white space behind it;
+   - a null text, which reads back empty; in types 9 and 14 what is behind a zero; in type 9 the last byte of the field,
+     in type 14 characters that ASCII cannot print, which become blanks; in a subfield of type 15 what is behind a
+     blank, and dots, which cut it in two;
+   - truth values other than 0 and 1, enumeration values without a name, verbosity bits without one; enumeration names
+     that are empty or begin with a blank or a quote;
    - a verbosity word or an interval of 0, which has no text: the reader takes the next line for it;
    - fractions, rounded to what the format shows (six decimals by default), and times, to ten-thousandths;
+   - what a format adds to a text, a name or a time (trailing blanks too), and numbers whose format cannot be scanned;
    - keys before the first section written after one: the reader finds them in that section alone;
    - a value list whose field stands after that of a structure: its keys then lie in that structure's section;
-   - value lists whose elements are no single values: their keys or sections have one name for all elements.
-   Null pointers and empty lists write nothing, nor do list items without data (but null texts), which get no
-   number. References and list items that lead back, to a structure that is being written, are passed over likewise;
-   what is reached twice in any other way is written twice.
-   Result   0, always. Output errors show on the stream (pfile), to ferror and, at the end, to nobody. */
+   - value lists whose elements are no single values: arrays have one name for the keys of all elements, and structures
+     are written as sections, which IniRead looks for in no value list. */
 ZEB_API ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc);
 
 /* Closes a handle: the output stream, if any, the entries and the handle itself; null does nothing. Result 0. */
@@ -183,14 +197,24 @@ ZEB_API ULONG FindStructure(INIFILE *pini, const char *pszTitle);
 
 /* Conversion of one element of a described field to and from text.
    ppbData    address of a cursor at the element, which is not moved; the element of types 9, 14 and 15 is the field.
-   pszText    to: room for the longest text that the field can give (100 bytes for type 16).
+   pszText    to: room for the longest text that the field can give. Without a format of its own that is, with its end,
+              12 bytes for whole numbers, 48 for type 7, 318 for type 8, ulCount + 1 for types 9 and 14, a byte more
+              for each subfield for type 15, TME_STRING_SIZE (tme.h) for type 13, 100 for type 16, 16 for type 17, 8 or
+              the longest name for types 0, 1, 11 and 12, and for type 10 that of its text.
    pfChanged  null, or whether the stored value has changed. For type 9 it is non-zero when field and text differ
               without regard to case; for 14 and 15 likewise; for 10 it is 1.
    Result     1; 0, with nothing changed (pfChanged 0), for a type code above 17.
-   Text that is no number leaves a number as it was. Unknown names of an enumeration are stored as 0, values without a
-   name read "Unknown". A text is cut to its field: type 9 stores at most ulCount - 1 characters, fills up with zeros
-   and leaves the last byte of the field as it was; type 14 turns every character that cannot be printed in ASCII into a
-   blank. A new text of type 10 does not free the old one. */
+   Formats    pszFormat is one for printf, and for types 2 to 8 one for scanf as well: a number goes through the same
+              format both ways. What does not scan (there is no precision, as in %.3f, and none of the flags - + # and
+              blank) leaves it as it was. Texts and names are read without the format; types 15 to 17 use none.
+   Numbers    A number of types 2 to 6 that is beyond 32 bits is read as the largest (or smallest) of 32 bits; what is
+              then beyond its field keeps its low bits (300 gives a byte of 44, -1 a USHORT of 65535).
+   Words      TRUE, with anything behind it, and YES alone, in any case, are true; all other texts are false. Unknown
+              names of an enumeration are stored as 0, values without a name read "Unknown".
+   Texts      A text is cut to its field: type 9 stores at most ulCount - 1 characters, fills up with zeros and leaves
+              the last byte of the field as it was; type 14 turns every character that cannot be printed in ASCII into
+              a blank. A new text of type 10 does not free the old one, which stays when there is no memory; nothing
+              else here allocates. */
 ZEB_API BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc);
 ZEB_API BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDSC *pfdsc, ULONG *pfChanged);
 
@@ -199,8 +223,8 @@ ZEB_API BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDS
 ZEB_API void VerbosityToString(ULONG fl, char *pszText);
 ZEB_API ULONG ParseVerbosity(const char *psz);
 
-/* A number of seconds as text, such as 1d2h3m4s; empty for 0, at most 16 bytes. Read
-   back, what exceeds 32 bits is the largest number. */
+/* A number of seconds as text, such as 1d2h3m4s; empty for 0, at most 16 bytes. Read back, what exceeds 32 bits is the
+   largest number. */
 ZEB_API void IntervalToString(ULONG ulSeconds, char *pszText);
 
 /* Binary packing. The description of a record and its contents travel as flat buffers, also to a machine of the other

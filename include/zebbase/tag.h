@@ -51,7 +51,8 @@ typedef struct TAG {
 /* Writes a record: a header built from the arguments, and the data.
    usTag    not checked; but a number above TAG_MAX ends every search that meets it.
    pvData   ulSize bytes. A record without data is a header alone and counts as written, since a reader can pass over
-   it. Result   0; ERROR_TAG_NO_DATA, with nothing written, for null data, even of size 0; ERROR_TAG_WRITE;
+            it.
+   Result   0; ERROR_TAG_NO_DATA, with nothing written, for null data, even of size 0; ERROR_TAG_WRITE;
             ERROR_TAG_WRITE_DATA, with the header written. */
 ZEB_API ULONG TagWriteRecord(FILE *pf, USHORT usTag, ULONG ulSize, ULONG ulParam1, ULONG ulParam2, const void *pvData);
 
