@@ -66,12 +66,17 @@ bool IsAtEnd(const PARSECTX *pprs) { return !pprs || pprs->fEndOfFile; }
   return pprs->pszCurrent;
 }
 
-// What the readers begin with: the next item, or null at the end of the input. The white space before it is gone.
-inline const char *NextItem(PARSECTX *pprs) {
+// The next item, or null at the end of the input. White space before it on the current line is not gone yet.
+inline const char *FindItem(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return nullptr;
   const char *psz = SkipWhite(pprs, pprs->pszCurrent);
-  if (*psz == '\0') psz = NextNonWhiteSpace(pprs);
-  pprs->pszCurrent = psz;
+  return *psz != '\0' ? psz : NextNonWhiteSpace(pprs);
+}
+
+// What the readers begin with: the same, and the white space is gone.
+inline const char *NextItem(PARSECTX *pprs) {
+  const char *psz = FindItem(pprs);
+  if (psz) pprs->pszCurrent = psz;
   return psz;
 }
 
@@ -86,8 +91,7 @@ constexpr bool IsSame(ULONG flParse, char chExpected, char chText) {
   return !(flParse & PRS_CASESENSITIVE) && IsLetter(chExpected) && ((chExpected ^ chText) & ~0x20) == 0;
 }
 
-inline bool IsNextChar(PARSECTX *pprs, char ch) {
-  const char *psz = NextItem(pprs);
+inline bool IsItemChar(const PARSECTX *pprs, const char *psz, char ch) {
   return psz && *psz != '\0' && IsSame(pprs->flParse, ch, *psz);
 }
 
@@ -95,9 +99,8 @@ bool AreEqual(const PARSECTX *pprs, std::string_view sv1, std::string_view sv2) 
   return pprs->flParse & PRS_CASESENSITIVE ? sv1 == sv2 : EqualNoCase(sv1, sv2);
 }
 
-// The end of the next word when it is the expected one, else null.
-const char *FindWord(PARSECTX *pprs, const char *pszWord) {
-  const char *psz = NextItem(pprs);
+// The end of an item when it is the expected word, else null.
+const char *PassWord(const PARSECTX *pprs, const char *psz, const char *pszWord) {
   if (!psz) return nullptr;
   const char *pszEnd = EndOfWord(pprs, psz);
   return pszEnd != psz && AreEqual(pprs, pszWord, {psz, pszEnd}) ? pszEnd : nullptr;
@@ -320,13 +323,14 @@ std::string_view TakeWord(PARSECTX *pprs) {
 }
 
 BOOL PrsNextWord(PARSECTX *pprs, const char *pszWord) {
-  const char *pszEnd = pszWord ? FindWord(pprs, pszWord) : NextItem(pprs);
+  const char *psz = NextItem(pprs);
+  const char *pszEnd = pszWord ? PassWord(pprs, psz, pszWord) : psz;
   if (!pszEnd) return 0;
-  pprs->pszCurrent = pszWord ? pszEnd : Skip(pszEnd, IsNotWhite);
+  pprs->pszCurrent = pszWord ? pszEnd : Skip(psz, IsNotWhite);
   return 1;
 }
 
-BOOL PrsQueryWord(PARSECTX *pprs, const char *pszWord) { return pszWord && FindWord(pprs, pszWord); }
+BOOL PrsQueryWord(PARSECTX *pprs, const char *pszWord) { return pszWord && PassWord(pprs, FindItem(pprs), pszWord); }
 
 LONG PrsGetKeyword(PARSECTX *pprs, const char *const *apszKeywords, ULONG ulCount) {
   const char *psz = NextItem(pprs);
@@ -341,12 +345,12 @@ LONG PrsGetKeyword(PARSECTX *pprs, const char *const *apszKeywords, ULONG ulCoun
 }
 
 BOOL PrsNextChar(PARSECTX *pprs, char ch) {
-  if (!IsNextChar(pprs, ch)) return 0;
+  if (!IsItemChar(pprs, NextItem(pprs), ch)) return 0;
   pprs->pszCurrent++;
   return 1;
 }
 
-BOOL PrsQueryChar(PARSECTX *pprs, char ch) { return IsNextChar(pprs, ch); }
+BOOL PrsQueryChar(PARSECTX *pprs, char ch) { return IsItemChar(pprs, FindItem(pprs), ch); }
 
 BOOL IsSameChar(PARSECTX *pprs, char chExpected, char chText) {
   return IsSame(pprs ? pprs->flParse : PRS_CASESENSITIVE, chExpected, chText);

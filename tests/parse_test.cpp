@@ -233,6 +233,10 @@ TEST_F(PrsParse, TakesLongWordsAndTimesAndThenNothing) {
   EXPECT_TRUE(!PrsIsEndOfLine(parse.get()) && Call(parse.get(), opWord) == "1y" && PrsIsEndOfLine(parse.get()));
   EXPECT_TRUE(PrsGetRealTime(parse.get(), &rt) == 1 && rt == 0.0) << "nothing left on the line";
   EXPECT_EQ(Call(parse.get(), opSentence), "1z");
+  const Parse parseBlank = ParseOf("a b", 0);
+  EXPECT_EQ(Call(parseBlank.get(), opWord), "1a");
+  EXPECT_TRUE(PrsQueryChar(parseBlank.get(), 'b') && PrsQueryWord(parseBlank.get(), "b"));
+  EXPECT_TRUE(PrsGetPattern(parseBlank.get(), "%?b")) << "a query does not take the blank either";
   int afd[2];
   ASSERT_TRUE(pipe(afd) == 0 && write(afd[1], "a\nb", 3) == 3);
   const Parse parsePipe(PrsStartParse(("/proc/self/fd/" + std::to_string(afd[0])).c_str(), 0, nullptr));
