@@ -80,12 +80,6 @@ inline const char *NextItem(PARSECTX *pprs) {
   return psz;
 }
 
-// The same for a number, before which the runtime's scan also skips the white space that the parser does not know.
-inline const char *NextNumber(PARSECTX *pprs) {
-  const char *psz = NextItem(pprs);
-  return psz ? SkipSpace(psz) : nullptr;
-}
-
 constexpr bool IsSame(ULONG flParse, char chExpected, char chText) {
   if (chExpected == chText) return true;
   return !(flParse & PRS_CASESENSITIVE) && IsLetter(chExpected) && ((chExpected ^ chText) & ~0x20) == 0;
@@ -126,6 +120,15 @@ bool TakeQuotedTexts(PARSECTX *pprs, Output &out) {
   do fClosed = TakeQuoted(pprs, out);
   while (fClosed && *NextItem(pprs) == '"');
   return fClosed;
+}
+
+// Before a number the runtime's scan also skips white space that the parser does not know, such as a form feed. The
+// number behind it is read, but the read position stays in front of it.
+[[gnu::noinline]] bool ReadBehindSpace(PARSECTX *pprs, const char *psz, LONG &l) {
+  const char *pszNumber = SkipSpace(psz);
+  if (!ScanLong(pszNumber, l)) return false;
+  pprs->pszCurrent = psz;
+  return true;
 }
 
 void TakeRestOfLine(PARSECTX *pprs, Output &out) {
@@ -357,27 +360,29 @@ BOOL IsSameChar(PARSECTX *pprs, char chExpected, char chText) {
 }
 
 BOOL PrsGetNumber(PARSECTX *pprs, LONG *plValue) {
-  const char *psz = NextNumber(pprs);
-  if (!psz || !ScanLong(psz, *plValue)) return 0;
+  const char *psz = FindItem(pprs);
+  if (!psz) return 0;
+  if (!ScanLong(psz, *plValue)) return ReadBehindSpace(pprs, psz, *plValue);
   pprs->pszCurrent = psz;
   return 1;
 }
 
 BOOL PrsGetHexNumber(PARSECTX *pprs, ULONG *pulValue) {
-  const char *psz = NextNumber(pprs);
+  const char *psz = NextItem(pprs);
   if (!psz || *psz == '\0') return 0;
   const bool fPrefix = ToLower(psz[1]) == 'x';
   if (fPrefix && psz[0] != '0') return 0;
-  const char *pszNumber = fPrefix ? SkipSpace(psz + 2) : psz;
+  const char *pszNumber = SkipSpace(fPrefix ? psz + 2 : psz);
   if (!ScanHex(pszNumber, *pulValue)) return 0;
   pprs->pszCurrent = Skip(psz, [](char ch) { return IsHexDigit(ch) || ToLower(ch) == 'x'; });
   return 1;
 }
 
 BOOL PrsGetReal(PARSECTX *pprs, double *pdValue) {
-  const char *psz = NextNumber(pprs);
-  const char *pszEnd = psz;
-  if (!psz || !ScanReal(pszEnd, *pdValue)) return 0;
+  const char *psz = NextItem(pprs);
+  if (!psz) return 0;
+  const char *pszNumber = SkipSpace(psz);
+  if (!ScanReal(pszNumber, *pdValue)) return 0;
   pprs->pszCurrent = psz + std::strspn(psz, "0123456789eE+-.");
   return 1;
 }

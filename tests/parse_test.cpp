@@ -267,7 +267,7 @@ TEST_F(PrsParse, TakesNumbersWithTheValuesOfTheRuntime) {
   std::string str;
   const auto astr = Split(
       "-~+~0~1~9~.~e~x~X~F~0x~1p~2147483647~2147483648~inf~nan~4294967295~4294967296~9007199254740993~"
-      "18446744073709551617~00000000~0.1~e3~e-309");
+      "18446744073709551617~00000000~0.1~e3~e-309~\f~\v");
   for (int i = 0; i < 10000; i++) str += "~" + Some(astr, 6) + "~\n";
   CompareWithRuntime(ParseOf(str, 0), str.c_str(), PrsGetNumber, "%ld", "0123456789");
   CompareWithRuntime(ParseOf(str, 0), str.c_str(), PrsGetHexNumber, "%lx", "0123456789abcdefABCDEFxX");
