@@ -377,7 +377,9 @@ BOOL FilCheckPathName(char *pszPath, ULONG ulMode, ULONG ulPart) {
   return 1;
 }
 
-BOOL FilDirExists(const char *pszPath) { return IsPath(pszPath) && CanEnter(pszPath); }
+BOOL FilDirExists(const char *pszPath) { // the root does, without a question
+  return IsPath(pszPath) && (std::strcmp(pszPath, "/") == 0 || CanEnter(pszPath));
+}
 
 BOOL FilPathExists(const char *pszPath) { return FilDirExists(pszPath); }
 

@@ -88,7 +88,8 @@ ZEB_API BOOL FilMakeAbsDir(char *pszDir, const char *pszBase);
             does not fit, and for a relative text while the current directory cannot be read. */
 ZEB_API BOOL FilCheckPathName(char *pszPath, ULONG ulMode, ULONG ulPart);
 
-/* Whether a directory, given with or without a closing '/', can be entered. The two are the same. */
+/* Whether a directory, given with or without a closing '/', can be entered; "/" always can, and the system is not
+   asked. The two are the same. */
 ZEB_API BOOL FilDirExists(const char *pszPath);
 ZEB_API BOOL FilPathExists(const char *pszPath);
 
