@@ -402,7 +402,8 @@ std::span<char *> ArgumentsOf(LONG argc, char **argv) {
   return {argv + 1, ulEnd - 1};
 }
 
-// Prints an entry of the usage line and gives the last entry that this covers: a switch covers its arguments.
+// Prints an entry of the usage line and gives the last entry that this covers: a switch covers the arguments behind it,
+// which go by its character whatever is theirs. So does an argument that stands apart from a switch, and is not shown.
 ULONG PutUsageEntry(FILE *pf, ConstTable acmdo, ULONG ulEntry, ULONG &ulPositional) {
   const CMDOPTION &cmdo = acmdo[ulEntry];
   if (KindOf(cmdo) == Kind::Positional) {
@@ -410,7 +411,10 @@ ULONG PutUsageEntry(FILE *pf, ConstTable acmdo, ULONG ulEntry, ULONG &ulPosition
     return ulEntry;
   }
   if (IsSwitch(cmdo)) std::fprintf(pf, "-%c", cmdo.chSwitchId);
-  for (ULONG ul = 1; ArgumentFollows(acmdo, ulEntry); ul++) std::fprintf(pf, " %c%lu", acmdo[++ulEntry].chSwitchId, ul);
+  for (ULONG ul = 1; ArgumentFollows(acmdo, ulEntry); ul++) {
+    ulEntry++;
+    std::fprintf(pf, " %c%lu", cmdo.chSwitchId ? cmdo.chSwitchId : acmdo[ulEntry].chSwitchId, ul);
+  }
   return ulEntry;
 }
 

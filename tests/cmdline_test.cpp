@@ -254,19 +254,23 @@ TEST_F(CommandLine, PrintsUsageAndEntries) {
   acmdo.push_back(Entry(0, 1, 'o', 0, 0, "", "", "a name of exactly 29 charact."));
   acmdo.push_back(Entry(0, 0, 'o', 0, CMD_TYPE_SHORT, "", "", "count"));
   acmdo.push_back(Entry(1, 0, 'o', 0, 77));
-  acmdo.push_back(Entry(0, 1, 0, 0, 0));   // a switch without a character
-  acmdo.push_back(Entry(0, 0, 'z', 0, 0)); // so this stands apart from a switch
+  acmdo.push_back(Entry(0, 0, 'p', 0, 0));                                       // behind a switch of another character
+  acmdo.push_back(Entry(0, 1, 0, 0, 0));                                         // a switch without a character
+  acmdo.push_back(Entry(0, 0, 'z', 0, 0));                                       // so this stands apart from a switch
+  for (const char ch : {'\0', 'y', 'z'}) acmdo.push_back(Entry(0, 0, ch, 0, 9)); // and so do these
   const std::string strClosing =
       "\nType \"-h\" for syntax, \"-h full\" for full help, or \"-h argid\" for topical help.\n";
   EXPECT_EQ(Printed([&](FILE *pf) { CmdDisplaySyntax(pf, acmdo.data(), acmdo.size(), "/usr/bin/tool.bin"); }),
-            "tool Arg1 [Arg2] [-v] [-a | -b] -c | -d [-o o1 o2] [ z1] \n"
+            "tool Arg1 [Arg2] [-v] [-a | -b] -c | -d [-o o1 o2 o3] [ z1] [Arg3] [ y1] \n"
             "    Arg1 - input file required argument (string)\n"
             "    Arg2 - name optional argument (floating point)\n"
             "    -v   - name optional switch\n    -a   - name optional switch\n    -b   - name optional switch\n"
             "    -c   - name required switch\n    -d   - name required switch\n"
             "    -o   - a name of exactly 29 charact. optional switch\n"
             "     o1  -   count optional switch argument (integer)\n"
-            "     o2  -   name required switch argument (unknown)\n" +
+            "     o2  -   name required switch argument (unknown)\n"
+            "     p3  -   name optional switch argument (integer)\n"
+            "    Arg3 - name optional argument (floating point)\n" +
                 strClosing);
   const Table acmdoMany(1000, Entry(1, 0, 0, 0, CMD_TYPE_STRING));
   const std::string strMany = Printed([&](FILE *pf) { CmdDisplaySyntax(pf, acmdoMany.data(), 1000, "prog"); });
