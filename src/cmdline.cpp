@@ -1,4 +1,4 @@
-// cmdline.cpp: the command-line parser and its displays, all driven by the caller's option table.
+// cmdline.cpp: the command-line parser, driven by the caller's option table.
 
 #include "zebbase/cmd.h"
 
@@ -11,6 +11,7 @@
 #include <span>
 #include <type_traits>
 
+#include "cmdtable.h"
 #include "digits.h"
 #include "fraction.h"
 #include "guard.h"
@@ -30,49 +31,19 @@ namespace {
 constexpr SOURCE source = "cmdline"; // in allocations
 
 using Table = std::span<CMDOPTION>;
-using ConstTable = std::span<const CMDOPTION>;
 
-struct TYPE {
-  const char *pszName;
-  const char *pszHelp;
-  std::size_t cb;
-};
-constexpr TYPE aType[] = {
-    {"SHORT", "(integer)", 2},
-    {"USHORT", "(integer)", 2},
-    {"BOOLEAN", "(boolean)", 4},
-    {"LONG", "(integer)", 4},
-    {"ULONG", "(integer)", 4},
-    {"DOUBLE", "(floating point)", 8},
-    {"STRING", "(string)", 4},
-    {"CHARACTER", "(single character)", 1},
-    {"STRINGARRAY", "(string array)", 4},
-    {"FLOAT", "(floating point)", 4},
-};
-constexpr TYPE typeUnknown = {"UNKNOWN", "(unknown)", 0};
-
-const TYPE &TypeOf(const CMDOPTION &cmdo) {
-  return cmdo.ulTypeCode < std::size(aType) ? aType[cmdo.ulTypeCode] : typeUnknown;
-}
-
-enum class Kind { Positional, SwitchArgument, Switch, None }; // None: a switch without a character
-
-bool IsSwitch(const CMDOPTION &cmdo) { return cmdo.fFlag && cmdo.chSwitchId; }
-
-Kind KindOf(const CMDOPTION &cmdo) {
-  if (cmdo.fFlag) return IsSwitch(cmdo) ? Kind::Switch : Kind::None;
-  return cmdo.chSwitchId ? Kind::SwitchArgument : Kind::Positional;
-}
-
-// Whether the entry behind ulEntry is in the same exclusive group.
-bool GroupGoesOn(ConstTable acmdo, ULONG ulEntry) {
-  const ULONG ulGroup = acmdo[ulEntry].ulExclusiveGroup;
-  return ulGroup != 0 && ulEntry + 1 < acmdo.size() && acmdo[ulEntry + 1].ulExclusiveGroup == ulGroup;
-}
-
-// Whether the entry behind ulEntry is a switch argument.
-bool ArgumentFollows(ConstTable acmdo, ULONG ulEntry) {
-  return ulEntry + 1 < acmdo.size() && KindOf(acmdo[ulEntry + 1]) == Kind::SwitchArgument;
+std::size_t ValueSize(const CMDOPTION &cmdo) { // by its type
+  switch (cmdo.ulTypeCode) {
+    case CMD_TYPE_CHARACTER:
+      return sizeof(char);
+    case CMD_TYPE_SHORT:
+    case CMD_TYPE_USHORT:
+      return sizeof(SHORT);
+    case CMD_TYPE_DOUBLE:
+      return sizeof(double);
+    default:
+      return sizeof(LONG);
+  }
 }
 
 // Whether a conversion stores all it reads where it is told to: none with 'm', which allocates, or '$', which counts
@@ -113,7 +84,7 @@ static_assert(sizeof(valueNone.dValue) == sizeof(CMDVALUE));
 
 // Stores as much of a value as the entry's type has.
 void Store(CMDOPTION &cmdo, const CMDVALUE &value) {
-  const std::size_t cb = TypeOf(cmdo).cb;
+  const std::size_t cb = ValueSize(cmdo);
   if (cb == sizeof(LONG)) // of most types
     cmdo.value.lValue = value.lValue;
   else
@@ -136,11 +107,11 @@ bool ScanCharacter(const char *pszText, CMDVALUE &value) {
 }
 
 // The conversions that nearly every table has: they do as sscanf does, in a tenth of its time.
-struct CONVERSION {
+struct SCANNER {
   char szText[4];
   bool (*pfnScan)(const char *pszText, CMDVALUE &value);
 };
-constexpr CONVERSION aConversion[] = {
+constexpr SCANNER aScanner[] = {
     {"%ld", ScanInto<LONG, ScanLong, &CMDVALUE::lValue>},
     {"%lu", ScanInto<ULONG, ScanULong, &CMDVALUE::ulValue>},
     {"%lx", ScanInto<ULONG, ScanHex, &CMDVALUE::ulValue>},
@@ -157,11 +128,11 @@ constexpr CONVERSION aConversion[] = {
 // Converts a text into an entry's value as sscanf would.
 bool Scan(const char *pszText, CMDOPTION &cmdo) {
   CMDVALUE value = cmdo.value;
-  const auto *pconversion = std::find_if(std::begin(aConversion), std::end(aConversion), [&](const CONVERSION &c) {
+  const auto *pscanner = std::find_if(std::begin(aScanner), std::end(aScanner), [&](const SCANNER &c) {
     return std::memcmp(c.szText, cmdo.szConversion, sizeof c.szText) == 0;
   });
-  const bool fPlain = pconversion != std::end(aConversion);
-  if (!(fPlain ? pconversion->pfnScan(pszText, value) : ScanAnything(pszText, cmdo.szConversion, &value))) return false;
+  const bool fPlain = pscanner != std::end(aScanner);
+  if (!(fPlain ? pscanner->pfnScan(pszText, value) : ScanAnything(pszText, cmdo.szConversion, &value))) return false;
   Store(cmdo, value);
   return true;
 }
@@ -173,7 +144,7 @@ bool IsTerminated(const char (&sz)[N]) {
 
 // Gives an entry its default. Result: false when the entry is faulty.
 bool SetDefault(CMDOPTION &cmdo) {
-  if (cmdo.ulTypeCode >= std::size(aType)) return false;
+  if (cmdo.ulTypeCode >= ulOptionTypes) return false;
   if (!IsTerminated(cmdo.szConversion) || !IsTerminated(cmdo.szDefaultValue)) return false;
   if (cmdo.ulTypeCode == CMD_TYPE_STRING) {
     cmdo.value.pszValue = cmdo.szDefaultValue;
@@ -220,9 +191,9 @@ class TopicNames {
 };
 
 // One parse. The steps give false where it ends early; the result record then says why.
-class Parse {
+class Matcher {
  public:
-  Parse(std::span<char *> apszArg, Table acmdo, CMDRESULT &cmdresult)
+  Matcher(std::span<char *> apszArg, Table acmdo, CMDRESULT &cmdresult)
       : apszArg_(apszArg), acmdo_(acmdo), cmdresult_(cmdresult) {}
 
   void Run() {
@@ -402,215 +373,14 @@ std::span<char *> ArgumentsOf(LONG argc, char **argv) {
   return {argv + 1, ulEnd - 1};
 }
 
-// Prints an entry of the usage line and gives the last entry that this covers: a switch covers the arguments behind it,
-// which go by its character whatever is theirs. So does an argument that stands apart from a switch, and is not shown.
-ULONG PutUsageEntry(FILE *pf, ConstTable acmdo, ULONG ulEntry, ULONG &ulPositional) {
-  const CMDOPTION &cmdo = acmdo[ulEntry];
-  if (KindOf(cmdo) == Kind::Positional) {
-    std::fprintf(pf, "Arg%lu", ++ulPositional);
-    return ulEntry;
-  }
-  if (IsSwitch(cmdo)) std::fprintf(pf, "-%c", cmdo.chSwitchId);
-  for (ULONG ul = 1; ArgumentFollows(acmdo, ulEntry); ul++) {
-    ulEntry++;
-    std::fprintf(pf, " %c%lu", cmdo.chSwitchId ? cmdo.chSwitchId : acmdo[ulEntry].chSwitchId, ul);
-  }
-  return ulEntry;
-}
-
-void PutUsageLine(FILE *pf, ConstTable acmdo) {
-  ULONG ulPositional = 0;
-  bool fBracket = false; // stays open over a whole group
-  for (ULONG ul = 0; ul < acmdo.size(); ul++) {
-    if (!fBracket && !acmdo[ul].fMandatory) {
-      std::fputs("[", pf);
-      fBracket = true;
-    }
-    ul = PutUsageEntry(pf, acmdo, ul, ulPositional);
-    if (GroupGoesOn(acmdo, ul)) {
-      std::fputs(" | ", pf);
-    } else {
-      std::fputs(fBracket ? "] " : " ", pf);
-      fBracket = false;
-    }
-  }
-  std::fputs("\n", pf);
-}
-
-// pszWhat says what the entry is, pszType of which type.
-void PutEntryLine(FILE *pf, const char *pszLabel, const char *pszDash, const CMDOPTION &cmdo, const char *pszWhat,
-                  const char *pszType) {
-  constexpr int cbName = sizeof cmdo.szArgumentName;
-  std::fprintf(pf, "%-9s%s%.*s %s %s%s\n", pszLabel, pszDash, cbName, cmdo.szArgumentName,
-               cmdo.fMandatory ? "required" : "optional", pszWhat, pszType);
-}
-
-// Prints a line for each entry, but none for a switch argument that stands apart from a switch.
-void PutEntryLines(FILE *pf, ConstTable acmdo) {
-  ULONG ulPositional = 0;
-  for (ULONG ulEntry = 0; ulEntry < acmdo.size(); ulEntry++) {
-    char szLabel[24];
-    if (KindOf(acmdo[ulEntry]) == Kind::Positional) {
-      Format(szLabel, "    Arg%lu", ++ulPositional);
-      PutEntryLine(pf, szLabel, "- ", acmdo[ulEntry], "argument ", TypeOf(acmdo[ulEntry]).pszHelp);
-    }
-    if (!IsSwitch(acmdo[ulEntry])) continue;
-    Format(szLabel, "    -%c", acmdo[ulEntry].chSwitchId);
-    PutEntryLine(pf, szLabel, "- ", acmdo[ulEntry], "switch", "");
-    for (ULONG ul = 1; ArgumentFollows(acmdo, ulEntry); ul++) {
-      const CMDOPTION &cmdo = acmdo[++ulEntry];
-      Format(szLabel, "     %c%lu", cmdo.chSwitchId, ul);
-      PutEntryLine(pf, szLabel, "-   ", cmdo, "switch argument ", TypeOf(cmdo).pszHelp);
-    }
-  }
-}
-
-// Waits for a key, which is one character, or two when the first is 0. At the end of the input there is nothing to wait
-// for.
-void WaitForKey(FILE *pf) {
-  std::fflush(pf); // what the user is to see before pressing one
-  if (std::getchar() == 0) std::getchar();
-}
-
-void PutHeading(FILE *pf, const CMDOPTION &cmdo, ULONG ulNumber) {
-  std::fprintf(pf, "\nCMDLINE STRUCTURE %lu  ", ulNumber);
-  if (KindOf(cmdo) == Kind::Positional)
-    std::fputs("CommandLine Argument\n", pf);
-  else
-    std::fprintf(pf, "Switch %s", cmdo.fFlag ? "\n" : "Argument\n");
-}
-
-void PutFields(FILE *pf, const CMDOPTION &cmdo) {
-  constexpr int cbName = sizeof cmdo.szArgumentName;
-  constexpr int cbConversion = sizeof cmdo.szConversion;
-  constexpr int cbDefault = sizeof cmdo.szDefaultValue;
-  std::fprintf(pf, "  Argument Name     %.*s\n", cbName, cmdo.szArgumentName);
-  std::fprintf(pf, "  Mandatory Flag    %s\n", cmdo.fMandatory ? "REQ'D" : "CMD'L");
-  std::fprintf(pf, "  Argument Flag     %s\n", cmdo.fFlag ? "FLAG" : "ARG");
-  std::fprintf(pf, "  Switch ID         %c\n", cmdo.chSwitchId ? cmdo.chSwitchId : ' ');
-  std::fprintf(pf, "  Case Flag         %s\n", cmdo.fCase ? "CASE" : "NOCASE");
-  std::fprintf(pf, "  Exclusive Group   %lu\n", cmdo.ulExclusiveGroup);
-  std::fprintf(pf, "  Help Key          HLP+%lu\n", cmdo.ulHelpKey - HLP);
-  std::fprintf(pf, "  Type Code         %s\n", TypeOf(cmdo).pszName);
-  std::fprintf(pf, "  Conversion String \"%.*s\"\n", cbConversion, cmdo.szConversion);
-  std::fprintf(pf, "  Default Value     %.*s\n", cbDefault, cmdo.szDefaultValue);
-}
-
-void PutArray(FILE *pf, char **ppsz) {
-  constexpr ULONG ulMaxElements = 10000;
-  if (!ppsz || !*ppsz) std::fputs("\n", pf);
-  for (ULONG ul = 0; ppsz && ppsz[ul] && ul < ulMaxElements; ul++)
-    std::fprintf(pf, "%s%s\n", ul == 0 ? "" : "                    ", ppsz[ul]);
-}
-
-void PutValue(FILE *pf, const CMDOPTION &cmdo) {
-  const CMDVALUE &value = cmdo.value;
-  switch (cmdo.ulTypeCode) {
-    case CMD_TYPE_SHORT:
-      std::fprintf(pf, "%i\n", value.sValue);
-      break;
-    case CMD_TYPE_USHORT:
-      std::fprintf(pf, "%hu\n", value.usValue);
-      break;
-    case CMD_TYPE_LONG:
-      std::fprintf(pf, "%li\n", value.lValue);
-      break;
-    case CMD_TYPE_BOOLEAN:
-    case CMD_TYPE_ULONG:
-      std::fprintf(pf, "%lu\n", value.ulValue);
-      break;
-    case CMD_TYPE_DOUBLE:
-      std::fprintf(pf, "%lf\n", value.dValue);
-      break;
-    case CMD_TYPE_STRING:
-      std::fprintf(pf, "%s\n", value.pszValue ? value.pszValue : "");
-      break;
-    case CMD_TYPE_CHARACTER:
-      std::fprintf(pf, "%c\n", value.chValue);
-      break;
-    case CMD_TYPE_STRINGARRAY:
-      PutArray(pf, value.apszValue);
-      break;
-    case CMD_TYPE_FLOAT:
-      std::fprintf(pf, "%f\n", static_cast<double>(value.fltValue));
-      break;
-    default:
-      std::fputs("Error! Unrecognized type\n", pf);
-  }
-}
-
-bool IsPointer(const CMDOPTION &cmdo) {
-  return cmdo.ulTypeCode == CMD_TYPE_STRING || cmdo.ulTypeCode == CMD_TYPE_STRINGARRAY;
-}
-
-void PutAssignedValue(FILE *pf, const CMDOPTION &cmdo) {
-  const PlainLocale plain;
-  std::fputs("  Assigned Value    ", pf);
-  if (IsSwitch(cmdo) && IsPointer(cmdo) && cmdo.value.ulValue == 1) // given: this is no pointer
-    std::fputs("1\n", pf);
-  else
-    PutValue(pf, cmdo);
-}
-
-ULONG CountLines(const char *psz) {
-  ULONG ul = 0;
-  while ((psz = std::strchr(psz, '\n')) != nullptr) {
-    ul++;
-    psz++;
-  }
-  return ul;
-}
 } // namespace
 
 CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount) {
   auto *pcmdresult = New<CMDRESULT>(source);
   if (!pcmdresult) return nullptr;
   if (pcmdo || ulCount == 0)
-    Parse(ArgumentsOf(argc, argv), Table(pcmdo, ulCount), *pcmdresult).Run();
+    Matcher(ArgumentsOf(argc, argv), Table(pcmdo, ulCount), *pcmdresult).Run();
   else
     pcmdresult->ulCode = CMD_BAD_TABLE;
   return pcmdresult;
-}
-
-void CmdDisplaySyntax(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount, const char *pszProgram) {
-  if (!pf || (!pcmdo && ulCount > 0)) return;
-  const ConstTable acmdo(pcmdo, ulCount);
-  char szName[FIL_MAX_PATH];
-  FilGetNameOfFileName(szName, pszProgram);
-  std::fprintf(pf, "%s ", szName);
-  PutUsageLine(pf, acmdo);
-  PutEntryLines(pf, acmdo);
-  std::fputs("\nType \"-h\" for syntax, \"-h full\" for full help, or \"-h argid\" for topical help.\n", pf);
-}
-
-ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPageLines) {
-  if (!pf || !pcmdhelp) return 0;
-  const ULONG ulLimit = ulPageLines - 1; // 0 wraps to no limit
-  ULONG ulShown = 0;
-  for (; pcmdhelp->ulKey != 0; pcmdhelp++) {
-    const char *pszText = pcmdhelp->pszText ? pcmdhelp->pszText : "";
-    const ULONG ulLines = CountLines(pszText);
-    if (ulShown + ulLines < ulLimit) {
-      ulShown += ulLines;
-    } else {
-      std::fputs("\n      ----<press any key to continue>-----\r", pf);
-      WaitForKey(pf);
-      std::fprintf(pf, "%42s\r", "");
-      ulShown = ulLines;
-      if (*pszText == '\n') pszText++; // the prompt began a line
-    }
-    std::fputs(pszText, pf);
-  }
-  return 0;
-}
-
-void CmdDisplayOptionStruct(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount) {
-  if (!pf || !pcmdo) ulCount = 0;
-  for (ULONG ul = 0; ul < ulCount; ul++) {
-    PutHeading(pf, pcmdo[ul], ul + 1);
-    PutFields(pf, pcmdo[ul]);
-    PutAssignedValue(pf, pcmdo[ul]);
-    WaitForKey(pf);
-  }
-  std::exit(0);
 }
