@@ -17,6 +17,7 @@
 #include "fraction.h"
 #include "guard.h"
 #include "memory.h"
+#include "severity.h"
 #include "text.h"
 #include "zebbase/base.h"
 #include "zebbase/tme.h"
@@ -354,12 +355,6 @@ static_assert(std::size(aConverter) == FT_INTERVAL + 1);
 
 // --- Verbosity words ---
 
-struct LEVEL {
-  ULONG fl;
-  const char *pszName;
-};
-constexpr LEVEL aLevel[] = {
-    {VERB_ERROR, "Error"}, {VERB_WARNING, "Warning"}, {VERB_INFO, "Info"}, {VERB_DEBUG, "Debug"}};
 constexpr char szArea[] = "Area";
 constexpr ULONG ulAreas = 12;
 constexpr ULONG flAllLevels = VERB_ERROR | VERB_WARNING | VERB_INFO | VERB_DEBUG;
@@ -369,9 +364,9 @@ bool ReadVerbosityWord(const char *&psz, ULONG &fl) {
   const char *pszWord = psz;
   while (IsLetter(*psz)) psz++;
   const std::string_view sv(pszWord, psz);
-  for (const LEVEL &level : aLevel) {
-    if (!EqualNoCase(level.pszName, sv)) continue;
-    fl |= level.fl;
+  for (const SEVERITY &severity : aSeverity) {
+    if (!EqualNoCase(severity.pszName, sv)) continue;
+    fl |= severity.fl;
     return true;
   }
   if (!EqualNoCase(szArea, sv)) return false;
@@ -417,10 +412,10 @@ BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDSC *pfdsc
 
 void VerbosityToString(ULONG fl, char *pszText) {
   Output out(pszText, Output::cbUnknown);
-  for (const LEVEL &level : aLevel) {
-    if (!(fl & level.fl)) continue;
-    if (level.fl != VERB_ERROR) out.Put('|');
-    out.Put(level.pszName);
+  for (const SEVERITY &severity : aSeverity) {
+    if (!(fl & severity.fl)) continue;
+    if (severity.fl != VERB_ERROR) out.Put('|');
+    out.Put(severity.pszName);
   }
   for (ULONG ulArea = 1; ulArea <= ulAreas; ulArea++) {
     if (!(fl & VERB_AREA1 << (ulArea - 1))) continue;

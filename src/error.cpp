@@ -16,7 +16,9 @@
 #include <iterator>
 
 #include "guard.h"
+#include "init.h"
 #include "output.h"
+#include "severity.h"
 #include "text.h"
 #include "zebbase/tme.h"
 
@@ -93,20 +95,9 @@ const char *KindName(ULONG ulType) { // the pop-up also shows kinds that have no
 }
 
 char SeverityLetter(ULONG ulSeverity) {
-  switch (ulSeverity) {
-    case VERB_ERROR:
-      return 'E';
-    case VERB_WARNING:
-      return 'W';
-    case VERB_INFO:
-      return 'I';
-    case VERB_DEBUG:
-      return 'D';
-    case 0:
-      return '?';
-    default:
-      return static_cast<char>('a' + std::countr_zero(ulSeverity));
-  }
+  for (const SEVERITY &severity : aSeverity)
+    if (severity.fl == ulSeverity) return severity.chLetter;
+  return ulSeverity != 0 ? static_cast<char>('a' + std::countr_zero(ulSeverity)) : '?';
 }
 
 constexpr size_t cbLine = 512;
@@ -332,8 +323,7 @@ bool RegisterChannel(va_list args) {
 } // namespace
 
 BOOL ErrInitialize(ULONG ulNewType, const char *pszTask, ...) {
-  const ULONG rc = SemCreateMutex(&mtxsemMemory, 0, 0, 0);
-  if (rc != 0) std::printf("Error creating Memory mutex sem %ld\n", static_cast<LONG>(rc));
+  CreateMemoryLock();
   ulErrType = ulNewType;
   if (pszTask) pszDefaultTaskName = pszTask;
   if (ulErrType < ERR_TYPE_REMOTE || ulErrType > ERR_TYPE_LOG) {
