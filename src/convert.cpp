@@ -35,7 +35,7 @@ struct NAME {
 // The entries of a field's enumeration that have a name; it may be missing altogether.
 class Names {
  public:
-  explicit Names(const FDSC &fdsc) : pedsc_(static_cast<const EDSC *>(fdsc.pvDesc)) {}
+  explicit Names(FieldView field) : pedsc_(static_cast<const EDSC *>(field.Desc())) {}
 
   template <typename Is> // the first entry that fits, or one without a name
   NAME Find(Is is) const {
@@ -53,19 +53,19 @@ class Names {
 
 // --- To text ---
 
-void PutText(Output &out, const FDSC &fdsc, const char *psz) {
-  if (fdsc.pszFormat)
-    out.Print(fdsc.pszFormat, psz);
+void PutText(Output &out, FieldView field, const char *psz) {
+  if (field.Format())
+    out.Print(field.Format(), psz);
   else
     out.Put(psz);
 }
 
 // Characters that need not be terminated: from a format of the program's they are printed with a precision, so that the
 // runtime looks for no terminator.
-void PutCharacters(Output &out, const FDSC &fdsc, std::string_view sv) {
-  if (!fdsc.pszFormat) return static_cast<void>(out.Put(sv));
+void PutCharacters(Output &out, FieldView field, std::string_view sv) {
+  if (!field.Format()) return static_cast<void>(out.Put(sv));
   ForPieces(
-      fdsc.pszFormat, [&](std::string_view svText) { out.Put(svText); },
+      field.Format(), [&](std::string_view svText) { out.Put(svText); },
       [&](const CONVERSION &conversion) {
         const int iWidth = static_cast<int>(conversion.ulWidth);
         const auto iLength = static_cast<int>(std::min<std::size_t>(conversion.ulPrecision, sv.size()));
@@ -73,81 +73,81 @@ void PutCharacters(Output &out, const FDSC &fdsc, std::string_view sv) {
       });
 }
 
-std::string_view CharactersOf(const FDSC &fdsc, const BYTE *pb) { // up to a terminator
+std::string_view CharactersOf(FieldView field, const BYTE *pb) { // up to a terminator
   const auto *psz = reinterpret_cast<const char *>(pb);
-  return {psz, strnlen(psz, fdsc.ulCount)};
+  return {psz, strnlen(psz, field.Count())};
 }
 
 template <typename T>
-void PutBool(Output &out, const FDSC &fdsc, const BYTE *pb) {
-  PutText(out, fdsc, Load<T>(pb) == 1 ? "TRUE" : "FALSE");
+void PutBool(Output &out, FieldView field, const BYTE *pb) {
+  PutText(out, field, Load<T>(pb) == 1 ? "TRUE" : "FALSE");
 }
 
 template <typename T>
-void PutInteger(Output &out, const FDSC &fdsc, const BYTE *pb) {
+void PutInteger(Output &out, FieldView field, const BYTE *pb) {
   const T t = Load<T>(pb);
-  if (fdsc.pszFormat) return out.Print(fdsc.pszFormat, t);
+  if (field.Format()) return out.Print(field.Format(), t);
   if (t < 0) out.Put('-');
   out.PutNumber(t < 0 ? 0 - static_cast<ULONG>(t) : static_cast<ULONG>(t));
 }
 
 template <typename T>
-void PutReal(Output &out, const FDSC &fdsc, const BYTE *pb) {
+void PutReal(Output &out, FieldView field, const BYTE *pb) {
   T t;
   std::memcpy(&t, pb, sizeof t);
   SIXDECIMALS sd;
-  if (fdsc.pszFormat || !sd.Set(t))
-    return out.Print(fdsc.pszFormat ? fdsc.pszFormat : atydTypeDefaults[fdsc.ulType].pszFormat, static_cast<double>(t));
+  if (field.Format() || !sd.Set(t))
+    return out.Print(field.Format() ? field.Format() : atydTypeDefaults[field.Type()].pszFormat,
+                     static_cast<double>(t));
   if (sd.fNegative) out.Put('-');
   out.PutNumber(sd.ulWhole);
   out.Put('.');
   out.PutNumber(sd.ulMillionths, 6);
 }
 
-void PutString(Output &out, const FDSC &fdsc, const BYTE *pb) { PutCharacters(out, fdsc, CharactersOf(fdsc, pb)); }
+void PutString(Output &out, FieldView field, const BYTE *pb) { PutCharacters(out, field, CharactersOf(field, pb)); }
 
-void PutPsz(Output &out, const FDSC &fdsc, const BYTE *pb) {
+void PutPsz(Output &out, FieldView field, const BYTE *pb) {
   const char *psz = Load<const char *>(pb);
-  PutText(out, fdsc, psz ? psz : "");
+  PutText(out, field, psz ? psz : "");
 }
 
 template <typename T>
-void PutEnum(Output &out, const FDSC &fdsc, const BYTE *pb) {
+void PutEnum(Output &out, FieldView field, const BYTE *pb) {
   const T t = Load<T>(pb);
-  const NAME name = Names(fdsc).Find([t](const NAME &nm) { return static_cast<T>(nm.lValue) == t; });
-  PutText(out, fdsc, name.pszName ? name.pszName : "Unknown");
+  const NAME name = Names(field).Find([t](const NAME &nm) { return static_cast<T>(nm.lValue) == t; });
+  PutText(out, field, name.pszName ? name.pszName : "Unknown");
 }
 
-void PutRealTime(Output &out, const FDSC &fdsc, const BYTE *pb) {
+void PutRealTime(Output &out, FieldView field, const BYTE *pb) {
   REALTIME rt;
   std::memcpy(&rt, pb, sizeof rt);
   char szTime[TME_STRING_SIZE];
-  PutText(out, fdsc, TmeRealTimeToString(rt, szTime));
+  PutText(out, field, TmeRealTimeToString(rt, szTime));
 }
 
-void PutFixedString(Output &out, const FDSC &fdsc, const BYTE *pb) { // as wide as the field, whatever it holds
-  const auto sv = CharactersOf(fdsc, pb);
-  if (!fdsc.pszFormat)
-    for (std::size_t cb = sv.size(); cb < fdsc.ulCount; cb++) out.Put(' ');
-  PutCharacters(out, fdsc, sv);
+void PutFixedString(Output &out, FieldView field, const BYTE *pb) { // as wide as the field, whatever it holds
+  const auto sv = CharactersOf(field, pb);
+  if (!field.Format())
+    for (std::size_t cb = sv.size(); cb < field.Count(); cb++) out.Put(' ');
+  PutCharacters(out, field, sv);
 }
 
 // Calls a function for each subfield of a dotted field: the characters of it that the field has room for.
 template <typename OnSubfield>
-void ForSubfields(const FDSC &fdsc, OnSubfield onSubfield) {
+void ForSubfields(FieldView field, OnSubfield onSubfield) {
   ULONG ulOffset = 0;
-  if (!fdsc.pvDesc) return;
-  for (const FDSC &fdscSub : FieldsOf(*StructureOf(fdsc))) {
-    const ULONG ulWidth = std::min(fdscSub.ulCount, fdsc.ulCount - ulOffset);
+  for (const FieldView subfield : field.Structure()) {
+    const ULONG ulWidth = std::min(subfield.Count(), field.Count() - ulOffset);
     onSubfield(ulOffset, ulWidth);
     ulOffset += ulWidth;
   }
 }
 
-void PutDotted(Output &out, const FDSC &fdsc, const BYTE *pb) {
+void PutDotted(Output &out, FieldView field, const BYTE *pb) {
   const auto *pch = reinterpret_cast<const char *>(pb);
   bool fFirst = true;
-  ForSubfields(fdsc, [&](ULONG ulOffset, ULONG ulWidth) {
+  ForSubfields(field, [&](ULONG ulOffset, ULONG ulWidth) {
     const char *pchPart = pch + ulOffset;
     const char *pchEnd = std::find_if(pchPart, pchPart + ulWidth, [](char ch) { return ch == ' ' || ch == '\0'; });
     if (!fFirst) out.Put('.');
@@ -156,13 +156,13 @@ void PutDotted(Output &out, const FDSC &fdsc, const BYTE *pb) {
   });
 }
 
-void PutVerbosity(Output &out, const FDSC &, const BYTE *pb) {
+void PutVerbosity(Output &out, FieldView, const BYTE *pb) {
   char szText[100];
   VerbosityToString(Load<ULONG>(pb), szText);
   out.Put(szText);
 }
 
-void PutInterval(Output &out, const FDSC &, const BYTE *pb) {
+void PutInterval(Output &out, FieldView, const BYTE *pb) {
   char szText[32];
   IntervalToString(Load<ULONG>(pb), szText);
   out.Put(szText);
@@ -185,27 +185,27 @@ bool ScanThrough(const char *pszFormat, const char *psz, T &t) {
 
 // The text as a number, or the old value when it is none. T is what is scanned.
 template <typename T>
-T ScanInteger(const FDSC &fdsc, const char *psz, T tOld) {
+T ScanInteger(FieldView field, const char *psz, T tOld) {
   T t = tOld;
   ULONG ul = 0;
   LONG l = 0;
-  if (fdsc.pszFormat) return ScanThrough(fdsc.pszFormat, psz, t) ? t : tOld;
+  if (field.Format()) return ScanThrough(field.Format(), psz, t) ? t : tOld;
   psz = SkipSpace(psz);
   if constexpr (std::numeric_limits<T>::is_signed) return ScanLong(psz, l) ? static_cast<T>(l) : tOld;
   return ScanULong(psz, ul) ? static_cast<T>(ul) : tOld;
 }
 
-SHORT ScanByte(const FDSC &fdsc, const char *psz, SHORT sOld) { return ScanInteger(fdsc, psz, sOld); }
+SHORT ScanByte(FieldView field, const char *psz, SHORT sOld) { return ScanInteger(field, psz, sOld); }
 
-ULONG ReadBool(const FDSC &, const char *psz, ULONG) {
+ULONG ReadBool(FieldView, const char *psz, ULONG) {
   return CompareNoCase(psz, "TRUE", 4) == 0 || EqualNoCase(psz, "YES");
 }
 
-ULONG ReadEnum(const FDSC &fdsc, const char *psz, ULONG) { // 0 for a name that there is not
-  return static_cast<ULONG>(Names(fdsc).Find([psz](const NAME &nm) { return EqualNoCase(nm.pszName, psz); }).lValue);
+ULONG ReadEnum(FieldView field, const char *psz, ULONG) { // 0 for a name that there is not
+  return static_cast<ULONG>(Names(field).Find([psz](const NAME &nm) { return EqualNoCase(nm.pszName, psz); }).lValue);
 }
 
-ULONG ReadVerbosity(const FDSC &, const char *psz, ULONG) { return ParseVerbosity(psz); }
+ULONG ReadVerbosity(FieldView, const char *psz, ULONG) { return ParseVerbosity(psz); }
 
 // Digits with a unit letter, added up; what exceeds 32 bits is the largest number.
 ULONG ParseTimeInterval(const char *psz) {
@@ -220,51 +220,51 @@ ULONG ParseTimeInterval(const char *psz) {
   }
 }
 
-ULONG ReadInterval(const FDSC &, const char *psz, ULONG) { return ParseTimeInterval(psz); }
+ULONG ReadInterval(FieldView, const char *psz, ULONG) { return ParseTimeInterval(psz); }
 
 // Stores what a reader makes of the text, as a T.
 template <typename T, auto pfnRead>
-ULONG SetInteger(const FDSC &fdsc, BYTE *pb, const char *psz) {
+ULONG SetInteger(FieldView field, BYTE *pb, const char *psz) {
   const T tOld = Load<T>(pb);
-  const T t = static_cast<T>(pfnRead(fdsc, psz, tOld));
+  const T t = static_cast<T>(pfnRead(field, psz, tOld));
   Store(pb, t);
   return t != tOld;
 }
 
 // The same for floating values, which are compared as numbers.
 template <typename T, auto pfnRead>
-ULONG SetReal(const FDSC &fdsc, BYTE *pb, const char *psz) {
+ULONG SetReal(FieldView field, BYTE *pb, const char *psz) {
   T tOld, t;
   std::memcpy(&tOld, pb, sizeof tOld);
   std::memcpy(&t, pb, sizeof t);
-  if (!pfnRead(fdsc, psz, t)) return 0;
+  if (!pfnRead(field, psz, t)) return 0;
   std::memcpy(pb, &t, sizeof t);
   return t != tOld;
 }
 
 template <typename T>
-bool ReadReal(const FDSC &fdsc, const char *psz, T &t) {
-  if (fdsc.pszFormat) return ScanThrough(fdsc.pszFormat, psz, t);
+bool ReadReal(FieldView field, const char *psz, T &t) {
+  if (field.Format()) return ScanThrough(field.Format(), psz, t);
   psz = SkipSpace(psz);
   return ScanReal(psz, t);
 }
 
-bool ReadRealTime(const FDSC &, const char *psz, REALTIME &rt) {
+bool ReadRealTime(FieldView, const char *psz, REALTIME &rt) {
   rt = TmeStringToRealTime(psz);
   return true;
 }
 
-ULONG SetString(const FDSC &fdsc, BYTE *pb, const char *psz) { // the field's last byte is not touched
-  if (fdsc.ulCount == 0) return 0;
+ULONG SetString(FieldView field, BYTE *pb, const char *psz) { // the field's last byte is not touched
+  if (field.Count() == 0) return 0;
   auto *pch = reinterpret_cast<char *>(pb);
-  const int iDifference = CompareNoCase(pch, psz, fdsc.ulCount);
-  const std::size_t cb = strnlen(psz, fdsc.ulCount - 1);
+  const int iDifference = CompareNoCase(pch, psz, field.Count());
+  const std::size_t cb = strnlen(psz, field.Count() - 1);
   std::memcpy(pch, psz, cb);
-  std::memset(pch + cb, 0, fdsc.ulCount - 1 - cb);
+  std::memset(pch + cb, 0, field.Count() - 1 - cb);
   return static_cast<ULONG>(iDifference);
 }
 
-ULONG SetPsz(const FDSC &, BYTE *pb, const char *psz) {
+ULONG SetPsz(FieldView, BYTE *pb, const char *psz) {
   char *pszCopy = AllocateText(psz, source);
   if (!pszCopy) return 0;
   Store(pb, pszCopy);
@@ -277,9 +277,9 @@ void SetCharacter(BYTE *pb, char ch, ULONG &fChanged) {
   *pb = static_cast<BYTE>(ch);
 }
 
-ULONG SetFixedString(const FDSC &fdsc, BYTE *pb, const char *psz) {
+ULONG SetFixedString(FieldView field, BYTE *pb, const char *psz) {
   ULONG fChanged = 0;
-  for (ULONG ul = 0; ul < fdsc.ulCount; ul++) {
+  for (ULONG ul = 0; ul < field.Count(); ul++) {
     SetCharacter(pb + ul, IsPrintable(*psz) ? *psz : ' ', fChanged);
     if (*psz) psz++;
   }
@@ -287,17 +287,17 @@ ULONG SetFixedString(const FDSC &fdsc, BYTE *pb, const char *psz) {
 }
 
 // Distributes the parts of a text, cut at its dots, over the subfields.
-ULONG SetDotted(const FDSC &fdsc, BYTE *pb, const char *psz) {
+ULONG SetDotted(FieldView field, BYTE *pb, const char *psz) {
   ULONG fChanged = 0;
   ULONG ulDone = 0;
-  ForSubfields(fdsc, [&](ULONG ulOffset, ULONG ulWidth) {
+  ForSubfields(field, [&](ULONG ulOffset, ULONG ulWidth) {
     const std::size_t cbPart = std::strcspn(psz, ".");
     for (ULONG ul = 0; ul < ulWidth; ul++) SetCharacter(pb + ulOffset + ul, ul < cbPart ? psz[ul] : ' ', fChanged);
     psz += cbPart;
     if (*psz) psz++;
     ulDone = ulOffset + ulWidth;
   });
-  for (; ulDone < fdsc.ulCount; ulDone++) SetCharacter(pb + ulDone, ' ', fChanged);
+  for (; ulDone < field.Count(); ulDone++) SetCharacter(pb + ulDone, ' ', fChanged);
   return fChanged;
 }
 
@@ -327,8 +327,8 @@ constexpr RULE ruleFloat = {szReal, "", "l", true};
 constexpr RULE ruleDouble = {szReal, "l", "", true};
 
 struct CONVERTER {
-  void (*pfnPut)(Output &out, const FDSC &fdsc, const BYTE *pb);
-  ULONG (*pfnSet)(const FDSC &fdsc, BYTE *pb, const char *psz);
+  void (*pfnPut)(Output &out, FieldView field, const BYTE *pb);
+  ULONG (*pfnSet)(FieldView field, BYTE *pb, const char *psz);
   const RULE *prule; // null where the field's format is not used
 };
 constexpr CONVERTER aConverter[] = {
@@ -376,10 +376,15 @@ bool ReadVerbosityWord(const char *&psz, ULONG &fl) {
 }
 } // namespace
 
-bool PutValue(Output &out, const FDSC &fdsc, const BYTE *pbData) {
-  if (fdsc.ulType >= std::size(aConverter)) return false;
-  aConverter[fdsc.ulType].pfnPut(out, fdsc, pbData);
+bool PutValue(Output &out, FieldView field, const BYTE *pbData) {
+  if (field.Type() >= std::size(aConverter)) return false;
+  aConverter[field.Type()].pfnPut(out, field, pbData);
   return true;
+}
+
+ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText) {
+  const ULONG ulType = field.Type();
+  return ulType < std::size(aConverter) ? aConverter[ulType].pfnSet(field, pbData, pszText) : 0;
 }
 
 bool IsFormatFor(ULONG ulType, const char *pszFormat) {
@@ -398,16 +403,15 @@ bool IsFormatFor(ULONG ulType, const char *pszFormat) {
 
 BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc) {
   Output out(pszText, Output::cbUnknown);
-  if (!PutValue(out, *pfdsc, *ppbData)) return 0;
+  if (!PutValue(out, FieldView(pfdsc), *ppbData)) return 0;
   out.Text();
   return 1;
 }
 
 BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDSC *pfdsc, ULONG *pfChanged) {
-  const bool fHasText = pfdsc->ulType < std::size(aConverter);
-  const ULONG fChanged = fHasText ? aConverter[pfdsc->ulType].pfnSet(*pfdsc, *ppbData, pszText) : 0;
+  const ULONG fChanged = SetValue(FieldView(pfdsc), *ppbData, pszText);
   if (pfChanged) *pfChanged = fChanged;
-  return fHasText;
+  return FieldView(pfdsc).Type() < std::size(aConverter);
 }
 
 void VerbosityToString(ULONG fl, char *pszText) {

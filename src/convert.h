@@ -3,12 +3,16 @@
 #ifndef ZEBBASE_SRC_CONVERT_H
 #define ZEBBASE_SRC_CONVERT_H
 
+#include "fields.h"
 #include "output.h"
 #include "zebbase/ini.h"
 
 // Puts the text of one element, which lies at any byte offset. Result: whether its type has a text; if not, nothing is
 // put.
-bool PutValue(Output &out, const FDSC &fdsc, const BYTE *pbData);
+bool PutValue(Output &out, FieldView field, const BYTE *pbData);
+
+// Stores the value of one element. Result: whether it has changed; 0 for a type without a text.
+ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText);
 
 // Whether a format is harmless in both directions, whoever wrote it, for a field of a type: it has one conversion, which
 // takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.

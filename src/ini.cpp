@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "bytes.h"
+#include "convert.h"
 #include "fields.h"
 #include "iniwrite.h"
 #include "memory.h"
@@ -182,41 +183,40 @@ class Search {
 constexpr ULONG ulNoNumber = 0;
 
 // Adds the name of a field to a name, with a number where it has one. Result: whether a file can have that name.
-bool AddName(Name &name, const FDSC &fdsc, ULONG ulNumber) {
-  if (!fdsc.pszName) return false;
-  name.Put(fdsc.pszName);
+bool AddName(Name &name, FieldView field, ULONG ulNumber) {
+  if (!field.Name()) return false;
+  name.Put(field.Name());
   if (ulNumber != ulNoNumber) name.PutNumber(ulNumber);
   return !name.IsCut();
 }
 
 // Frees what was read into a structure that is given up: all that its pointers refer to.
-void ReleaseContents(const SDSC &sdsc, BYTE *pb);
+void ReleaseContents(StructureView structure, BYTE *pb);
 
-void ReleaseList(const FDSC &fdsc, LIST *plst) {
+void ReleaseList(FieldView field, LIST *plst) {
   if (!plst) return;
-  if (fdsc.ulType == FT_STRUCTLIST)
+  if (field.Type() == FT_STRUCTLIST)
     for (const LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext)
-      ReleaseContents(*StructureOf(fdsc), static_cast<BYTE *>(pli->pvData));
+      ReleaseContents(field.Structure(), static_cast<BYTE *>(pli->pvData));
   LstDeleteAllBoth(plst);
   LstFreeList_(plst);
 }
 
-void ReleaseElement(const FDSC &fdsc, BYTE *pb) {
-  if (fdsc.ulType == FT_PSZ) return MemFreeString_(Load<char *>(pb));
-  if (!IsSection(fdsc.ulType) || !fdsc.pvDesc) return;
-  if (fdsc.ulType == FT_STRUCT) return ReleaseContents(*StructureOf(fdsc), pb);
-  if (fdsc.ulType != FT_STRUCTPTR) return ReleaseList(fdsc, Load<LIST *>(pb));
+void ReleaseElement(FieldView field, BYTE *pb) {
+  if (field.Type() == FT_PSZ) return MemFreeString_(Load<char *>(pb));
+  if (!IsSection(field.Type()) || !field.Desc()) return;
+  if (field.Type() == FT_STRUCT) return ReleaseContents(field.Structure(), pb);
+  if (field.Type() != FT_STRUCTPTR) return ReleaseList(field, Load<LIST *>(pb));
   BYTE *pbStruct = Load<BYTE *>(pb);
   if (!pbStruct) return;
-  ReleaseContents(*StructureOf(fdsc), pbStruct);
+  ReleaseContents(field.Structure(), pbStruct);
   MemFreeMem_(pbStruct);
 }
 
-void ReleaseContents(const SDSC &sdsc, BYTE *pb) {
-  for (const FDSC &fdsc : FieldsOf(sdsc)) {
-    const ULONG ulElements = IsCharacters(fdsc.ulType) ? 0 : fdsc.ulCount;
-    for (ULONG ul = 0; ul < ulElements; ul++) ReleaseElement(fdsc, pb + ul * ElementSize(fdsc));
-    pb += Extent(fdsc);
+void ReleaseContents(StructureView structure, BYTE *pb) {
+  for (const FieldView field : structure) {
+    for (ULONG ul = 0; ul < field.Elements(); ul++) ReleaseElement(field, pb + ul * field.ElementSize());
+    pb += field.Extent();
   }
 }
 
@@ -243,102 +243,106 @@ class Reader {
  public:
   explicit Reader(const INIFILE &ini) : ini_(ini), titles_(ini, true), keys_(ini, false) {}
 
-  ULONG Read(BYTE *pb, const FDSC &fdsc) {
-    const UnderWay here(pInnermost_, pb, Extent(fdsc), nullptr);
-    return ReadField(pb, fdsc, 0);
+  ULONG Read(BYTE *pb, FieldView field) {
+    const UnderWay here(pInnermost_, pb, field.Extent(), nullptr);
+    return ReadField(pb, field, 0);
   }
 
  private:
-  ULONG ReadField(BYTE *pb, const FDSC &fdsc, ULONG ulStart) {
-    if (fdsc.flFlags & FDSC_NOINI) return 0;
-    if (!IsSection(fdsc.ulType)) return ReadValues(pb, fdsc, ulStart, ulNoNumber);
-    if (fdsc.ulCount == 0 || !fdsc.pvDesc) return 0;
-    switch (fdsc.ulType) {
+  ULONG ReadField(BYTE *pb, FieldView field, ULONG ulStart) {
+    if (field.Flags() & FDSC_NOINI) return 0;
+    if (!IsSection(field.Type())) return ReadValues(pb, field, ulStart, ulNoNumber);
+    if (field.Count() == 0 || !field.Desc()) return 0;
+    switch (field.Type()) {
       case FT_STRUCT:
-        return ReadStructs(pb, fdsc);
+        return ReadStructs(pb, field);
       case FT_STRUCTLIST:
-        return ReadStructList(pb, fdsc);
+        return ReadStructList(pb, field);
       case FT_VALUELIST:
-        return ReadValueList(pb, fdsc, ulStart);
+        return ReadValueList(pb, field, ulStart);
       case FT_STRUCTPTR:
-        return ReadStructPtr(pb, fdsc);
+        return ReadStructPtr(pb, field);
       default:
         return 0;
     }
   }
 
-  const char *FindValue(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
-    const INIENTRY *pentry = FindKey(fdsc, ulNumber, ulStart);
+  const char *FindValue(FieldView field, ULONG ulNumber, ULONG ulStart) {
+    const INIENTRY *pentry = FindKey(field, ulNumber, ulStart);
     return pentry ? pentry->pszValue : nullptr;
   }
 
-  const INIENTRY *FindKey(const FDSC &fdsc, ULONG ulNumber, ULONG ulStart) {
-    if (ulNumber == ulNoNumber) return fdsc.pszName ? keys_.Find(fdsc.pszName, ulStart) : nullptr;
-    Name name;
-    return AddName(name, fdsc, ulNumber) ? keys_.Find(name.View(), ulStart) : nullptr;
+  const INIENTRY *FindKey(FieldView field, ULONG ulNumber, ULONG ulStart) {
+    if (ulNumber != ulNoNumber) return FindNumberedKey(field, ulNumber, ulStart);
+    return field.Name() ? keys_.Find(field.Name(), ulStart) : nullptr;
   }
 
-  // The elements of a value field, up to the first whose key is missing.
-  ULONG ReadValues(BYTE *pb, const FDSC &fdsc, ULONG ulStart, ULONG ulListNumber) {
-    const ULONG ulElements = IsCharacters(fdsc.ulType) ? 1 : fdsc.ulCount;
+  // Out of line: the buffer would weigh on the way of all the keys without a number.
+  [[gnu::noinline]] const INIENTRY *FindNumberedKey(FieldView field, ULONG ulNumber, ULONG ulStart) {
+    Name name;
+    return AddName(name, field, ulNumber) ? keys_.Find(name.View(), ulStart) : nullptr;
+  }
+
+  // The elements of a value field, up to the first whose key is missing. Without a call: it is the way of most fields.
+  [[gnu::always_inline]] ULONG ReadValues(BYTE *pb, FieldView field, ULONG ulStart, ULONG ulListNumber) {
+    const ULONG ulElements = field.Elements();
     for (ULONG ul = 0; ul < ulElements; ul++) {
-      const char *pszValue = FindValue(fdsc, ulElements > 1 ? ul + 1 : ulListNumber, ulStart);
+      const char *pszValue = FindValue(field, ulElements > 1 ? ul + 1 : ulListNumber, ulStart);
       if (!pszValue) return 1;
-      IniConvertFromString(&pb, pszValue, &fdsc, nullptr);
-      pb += ElementSize(fdsc);
+      SetValue(field, pb, pszValue);
+      pb += field.ElementSize();
     }
     return 0;
   }
 
   // A structure within the section at hand, whose name its own adds to.
-  ULONG ReadStruct(BYTE *pb, const FDSC &fdsc, ULONG ulNumber) {
-    const UnderWay here(pInnermost_, pb, StructureOf(fdsc)->ulSize, StructureOf(fdsc));
+  ULONG ReadStruct(BYTE *pb, FieldView field, ULONG ulNumber) {
+    const UnderWay here(pInnermost_, pb, field.Structure().Bytes(), field.Desc());
     const std::size_t cbOuter = path_.Length();
     ulDepth_++;
-    const ULONG ulResult = AddName(path_, fdsc, ulNumber) && ulDepth_ <= ulMaxNesting ? ReadSection(pb, fdsc) : 1;
+    const ULONG ulResult = AddName(path_, field, ulNumber) && ulDepth_ <= ulMaxNesting ? ReadSection(pb, field) : 1;
     ulDepth_--;
     path_.Shorten(cbOuter);
     return ulResult;
   }
 
-  ULONG ReadSection(BYTE *pb, const FDSC &fdsc) { // the result is that of the last field
+  ULONG ReadSection(BYTE *pb, FieldView field) { // the result is that of the last field
     const INIENTRY *pentry = titles_.Find(path_.View(), 0);
     if (!pentry) return 1;
     const ULONG ulStart = static_cast<ULONG>(pentry - ini_.aentry) + 1;
     ULONG ulResult = 0;
-    ForFieldsInFileOrder(*StructureOf(fdsc), pb, [&](const FDSC &fdscField, BYTE *pbField) {
-      ulResult = ReadField(pbField, fdscField, ulStart);
+    ForFieldsInFileOrder(field.Structure(), pb, [&](FieldView fieldWithin, BYTE *pbField) {
+      ulResult = ReadField(pbField, fieldWithin, ulStart);
     });
     return ulResult;
   }
 
-  ULONG ReadStructs(BYTE *pb, const FDSC &fdsc) {
-    for (ULONG ul = 0; ul < fdsc.ulCount; ul++) {
-      const ULONG ulResult = ReadStruct(pb, fdsc, fdsc.ulCount > 1 ? ul + 1 : ulNoNumber);
+  ULONG ReadStructs(BYTE *pb, FieldView field) {
+    for (ULONG ul = 0; ul < field.Count(); ul++) {
+      const ULONG ulResult = ReadStruct(pb, field, field.Count() > 1 ? ul + 1 : ulNoNumber);
       if (ulResult != 0) return ulResult;
-      pb += ElementSize(fdsc);
+      pb += field.ElementSize();
     }
     return 0;
   }
 
   // A structure in a block of its own, or null when it is missing.
-  Tracked<BYTE> ReadNewStruct(const FDSC &fdsc, ULONG ulNumber) {
-    const SDSC &sdsc = *StructureOf(fdsc);
-    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(sdsc.ulSize, source)));
-    if (block && ReadStruct(block.get(), fdsc, ulNumber) != 0) {
-      ReleaseContents(sdsc, block.get());
+  Tracked<BYTE> ReadNewStruct(FieldView field, ULONG ulNumber) {
+    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(field.Structure().Bytes(), source)));
+    if (block && ReadStruct(block.get(), field, ulNumber) != 0) {
+      ReleaseContents(field.Structure(), block.get());
       block.reset();
     }
     return block;
   }
 
-  ULONG ReadStructList(BYTE *pb, const FDSC &fdsc) {
+  ULONG ReadStructList(BYTE *pb, FieldView field) {
     LIST *plst = nullptr;
     for (ULONG ulNumber = 1;; ulNumber++) {
-      Tracked<BYTE> block = ReadNewStruct(fdsc, ulNumber);
+      Tracked<BYTE> block = ReadNewStruct(field, ulNumber);
       if (!block) break;
       if (Append(plst, block)) continue;
-      ReleaseContents(*StructureOf(fdsc), block.get());
+      ReleaseContents(field.Structure(), block.get());
       break;
     }
     StoreList(pb, plst);
@@ -346,26 +350,26 @@ class Reader {
   }
 
   // One value of a list: a text, or a block that holds the value; null when it is missing.
-  Tracked<BYTE> ReadItem(const FDSC &fdsc, ULONG ulStart, ULONG ulNumber) {
-    if (fdsc.ulType == FT_PSZ) {
+  Tracked<BYTE> ReadItem(FieldView field, ULONG ulStart, ULONG ulNumber) {
+    if (field.Type() == FT_PSZ) {
       BYTE abText[sizeof(char *)] = {};
-      const ULONG ulResult = ReadValues(abText, fdsc, ulStart, ulNumber);
+      const ULONG ulResult = ReadValues(abText, field, ulStart, ulNumber);
       return Tracked<BYTE>(ulResult == 0 ? Load<BYTE *>(abText) : nullptr);
     }
-    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(Extent(fdsc), source)));
-    if (block && ReadValues(block.get(), fdsc, ulStart, ulNumber) != 0) block.reset();
+    Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(field.Extent(), source)));
+    if (block && ReadValues(block.get(), field, ulStart, ulNumber) != 0) block.reset();
     return block;
   }
 
   // Only values can be told apart by number: the list would not end with elements that are found again and again.
-  ULONG ReadValueList(BYTE *pb, const FDSC &fdscList, ULONG ulStart) {
-    const FDSC &fdsc = *static_cast<const FDSC *>(fdscList.pvDesc);
-    const bool fArray = fdsc.ulCount > 1 && !IsCharacters(fdsc.ulType);
-    const bool fHasText = fdsc.ulType <= FT_INTERVAL && !(fdsc.flFlags & FDSC_NOINI);
-    if (!fHasText || fdsc.ulCount == 0 || (fArray && fdsc.ulType == FT_PSZ)) return 0;
+  ULONG ReadValueList(BYTE *pb, FieldView fieldList, ULONG ulStart) {
+    const FieldView field(fieldList.Desc());
+    const bool fArray = field.Elements() > 1;
+    const bool fHasText = field.Type() <= FT_INTERVAL && !(field.Flags() & FDSC_NOINI);
+    if (!fHasText || field.Count() == 0 || (fArray && field.Type() == FT_PSZ)) return 0;
     LIST *plst = nullptr;
     for (ULONG ulNumber = 1;; ulNumber++) {
-      Tracked<BYTE> item = ReadItem(fdsc, ulStart, ulNumber);
+      Tracked<BYTE> item = ReadItem(field, ulStart, ulNumber);
       if (!item || !Append(plst, item) || fArray) break;
     }
     StoreList(pb, plst);
@@ -374,14 +378,14 @@ class Reader {
 
   // The program's block, which it loses when its section is missing; or a new one. Data that lead back are not entered
   // again, and no block is freed that is still being read into.
-  ULONG ReadStructPtr(BYTE *pb, const FDSC &fdsc) {
+  ULONG ReadStructPtr(BYTE *pb, FieldView field) {
     BYTE *pbStruct = Load<BYTE *>(pb);
     if (!pbStruct) {
-      pbStruct = ReadNewStruct(fdsc, ulNoNumber).release();
-    } else if (UnderWay::Has(pInnermost_, pbStruct, StructureOf(fdsc))) {
+      pbStruct = ReadNewStruct(field, ulNoNumber).release();
+    } else if (UnderWay::Has(pInnermost_, pbStruct, field.Desc())) {
       return 0;
-    } else if (ReadStruct(pbStruct, fdsc, ulNoNumber) != 0) {
-      if (!UnderWay::Overlaps(pInnermost_, pbStruct, StructureOf(fdsc)->ulSize)) MemFreeMem_(pbStruct);
+    } else if (ReadStruct(pbStruct, field, ulNoNumber) != 0) {
+      if (!UnderWay::Overlaps(pInnermost_, pbStruct, field.Structure().Bytes())) MemFreeMem_(pbStruct);
       pbStruct = nullptr;
     }
     Store(pb, pbStruct);
@@ -416,7 +420,7 @@ BOOL ParseFile(PARSECTX *pprs, INIFILE *pini) {
 
 ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc) {
   if (!pini || !pvData || !pfdsc) return 1;
-  return Reader(*pini).Read(static_cast<BYTE *>(pvData), *pfdsc);
+  return Reader(*pini).Read(static_cast<BYTE *>(pvData), FieldView(pfdsc));
 }
 
 const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart) {
@@ -442,4 +446,4 @@ ULONG IniClose(INIFILE *pini) {
   return 0;
 }
 
-TYPEDEFAULT *IniGetTypeDefaults(void) { return const_cast<TYPEDEFAULT *>(atydTypeDefaults); }
+TYPEDEFAULT *IniGetTypeDefaults(void) { return const_cast<TYPEDEFAULT *>(atydTypeDefaults.data()); }

@@ -26,18 +26,15 @@ namespace {
 constexpr ULONG flMarks = FDSC_NOINI | FDSC_NOPACK;
 constexpr ULONG ulAlignment = 4;
 
-enum class NESTED { None, Structure, Enumeration };
+// What a field nests that travels with it: not what a reference leads to.
+inline constexpr auto anestedTravelling = ByType<NESTED>(
+    [](const FIELDTYPE &type) { return type.storage == STORAGE::Reference ? NESTED::None : type.nested; });
 
-// What a field nests that travels with it.
-constexpr NESTED NestedOf(ULONG ulType) {
-  if (ulType == FT_STRUCT || ulType == FT_DOTTED) return NESTED::Structure;
-  if (ulType == FT_ENUM16 || ulType == FT_ENUM32) return NESTED::Enumeration;
-  return NESTED::None;
-}
+constexpr NESTED NestedOf(ULONG ulType) { return ulType < FT_TYPES ? anestedTravelling[ulType] : NESTED::None; }
 
 // A description travels only when its pointers carry both marks.
 constexpr ULONG RefuseUnmarked(ULONG ulType, ULONG flFlags) {
-  return IsPointer(ulType) && (flFlags & flMarks) != flMarks ? ERROR_FDSC_POINTER : 0;
+  return IsReference(ulType) && (flFlags & flMarks) != flMarks ? ERROR_FDSC_POINTER : 0;
 }
 
 constexpr ULONG Aligned(ULONG ul) { return (ul + ulAlignment - 1) & ~(ulAlignment - 1); }
@@ -98,7 +95,7 @@ class FdscPacker {
   }
 
   ULONG PackStructure(const void *pvSdsc) {
-    const FieldsView fields(pvSdsc);
+    const StructureView fields(pvSdsc);
     ULONG ulField = Append(pvSdsc, sizeof(SDSC)) + offsetof(SDSC, afdsc);
     ulNestedFields_ += fields.size();
     for (const FieldView field : fields) {
@@ -149,7 +146,7 @@ class FdscUnpacker {
   ULONG UnpackStructure(ULONG ulAt) {
     for (const ULONG ul : {offsetof(SDSC, ulFields), offsetof(SDSC, ulTag), offsetof(SDSC, ulSize)})
       ConvertNumber(ulAt + ul);
-    const ULONG ulFields = FieldsView(pbBuffer_ + ulAt).size();
+    const ULONG ulFields = StructureView(pbBuffer_ + ulAt).size();
     for (ULONG i = 0; i < ulFields; i++) {
       const ULONG rc = UnpackFdscField(FieldOffset(ulAt, i));
       if (rc != 0) return rc;
@@ -214,7 +211,7 @@ class FdscChecker {
   // Gives the scope of a field when it is fine.
   ULONG CheckField(ULONG ulAt, ULONG ulDepth, SCOPE &scope) {
     const ULONG ulType = Word(ulAt + offsetof(FDSC, ulType));
-    if (ulType >= FT_TYPES || (ulType > FT_INTERVAL && ulType < FT_STRUCT)) return ERROR_FDSC_TYPE;
+    if (IsReserved(ulType)) return ERROR_FDSC_TYPE;
     ULONG rc = RefuseUnmarked(ulType, Word(ulAt + offsetof(FDSC, flFlags)));
     const ULONG ulItems = ulNext_;
     if (rc == 0) rc = TakeText(ulAt + offsetof(FDSC, pszName));
@@ -377,9 +374,9 @@ class DataVisitor : public Mover {
 
  private:
   [[gnu::noinline]] ULONG OnUntravelled(FieldView field) { // inline, it slows the others down
-    if (!IsPointer(field.Type())) return ERROR_FDSC_TYPE;
+    if (!IsReference(field.Type())) return ERROR_FDSC_TYPE;
     if ((field.Flags() & flMarks) == 0) return ERROR_FDSC_POINTER;
-    this->Pass(Extent(field.Copy()));
+    this->Pass(field.Extent());
     return 0;
   }
 };

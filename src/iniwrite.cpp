@@ -35,19 +35,19 @@ class Writer {
   Writer &operator=(const Writer &) = delete;
 
   // Writes one field. An element of a value list has a number there.
-  void WriteField(BYTE *pb, const FDSC &fdsc, const TITLE *ptitle, ULONG ulListNumber) {
-    if ((fdsc.flFlags & FDSC_NOINI) || !fdsc.pszName || fdsc.ulCount == 0) return;
-    if (!IsSection(fdsc.ulType)) return WriteValues(pb, fdsc, ulListNumber);
-    if (!fdsc.pvDesc) return;
-    switch (fdsc.ulType) {
+  void WriteField(BYTE *pb, FieldView field, const TITLE *ptitle, ULONG ulListNumber) {
+    if ((field.Flags() & FDSC_NOINI) || !field.Name() || field.Count() == 0) return;
+    if (!IsSection(field.Type())) return WriteValues(pb, field, ulListNumber);
+    if (!field.Desc()) return;
+    switch (field.Type()) {
       case FT_STRUCT:
-        return WriteStructs(pb, fdsc, ptitle, ulListNumber);
+        return WriteStructs(pb, field, ptitle, ulListNumber);
       case FT_STRUCTLIST:
-        return WriteStructList(Load<LIST *>(pb), fdsc, ptitle);
+        return WriteStructList(Load<LIST *>(pb), field, ptitle);
       case FT_VALUELIST:
-        return WriteValueList(Load<LIST *>(pb), fdsc, ptitle);
+        return WriteValueList(Load<LIST *>(pb), field, ptitle);
       case FT_STRUCTPTR:
-        return WriteStructPtrs(pb, fdsc, ptitle, ulListNumber);
+        return WriteStructPtrs(pb, field, ptitle, ulListNumber);
       default:
         return;
     }
@@ -61,21 +61,21 @@ class Writer {
     out_.PutNumber(ulNumber);
   }
 
-  void WriteValues(BYTE *pb, const FDSC &fdsc, ULONG ulListNumber) {
-    if (fdsc.ulType > FT_INTERVAL) return; // reserved types have no text
-    const ULONG ulElements = IsCharacters(fdsc.ulType) ? 1 : fdsc.ulCount;
+  void WriteValues(BYTE *pb, FieldView field, ULONG ulListNumber) {
+    if (field.Type() > FT_INTERVAL) return; // reserved types have no text
+    const ULONG ulElements = field.Elements();
     for (ULONG ul = 0; ul < ulElements; ul++) {
-      WriteValue(pb, fdsc, ulElements > 1 ? ul + 1 : ulListNumber);
-      pb += ElementSize(fdsc);
+      WriteValue(pb, field, ulElements > 1 ? ul + 1 : ulListNumber);
+      pb += field.ElementSize();
     }
   }
 
-  void WriteValue(BYTE *pb, const FDSC &fdsc, ULONG ulNumber) {
-    const bool fQuoted = IsCharacters(fdsc.ulType) || fdsc.ulType == FT_PSZ;
+  void WriteValue(BYTE *pb, FieldView field, ULONG ulNumber) {
+    const bool fQuoted = IsCharacters(field.Type()) || field.Type() == FT_PSZ;
     out_.Put("  ");
-    PutName(fdsc.pszName, ulNumber);
+    PutName(field.Name(), ulNumber);
     out_.Put(fQuoted ? " = \"" : " = ");
-    PutValue(out_, fdsc, pb);
+    PutValue(out_, field, pb);
     out_.Put(fQuoted ? "\"\n" : "\n");
   }
 
@@ -87,46 +87,47 @@ class Writer {
 
   // One section with all that the structure holds, down to the depth that the reader goes. Result: whether there is one
   // to write: a null structure has none, nor has a reference back to one that is being written.
-  bool WriteStruct(BYTE *pb, const FDSC &fdsc, const TITLE *ptitleOuter, ULONG ulNumber) {
-    const SDSC &sdsc = *StructureOf(fdsc);
-    const TITLE title = {ptitleOuter, fdsc.pszName, ulNumber, ptitleOuter ? ptitleOuter->ulDepth + 1 : 1};
-    if (!pb || title.ulDepth > ulMaxNesting || UnderWay::Has(pInnermost_, pb, &sdsc)) return false;
-    const UnderWay here(pInnermost_, pb, sdsc.ulSize, &sdsc);
+  bool WriteStruct(BYTE *pb, FieldView field, const TITLE *ptitleOuter, ULONG ulNumber) {
+    const StructureView structure = field.Structure();
+    const TITLE title = {ptitleOuter, field.Name(), ulNumber, ptitleOuter ? ptitleOuter->ulDepth + 1 : 1};
+    if (!pb || title.ulDepth > ulMaxNesting || UnderWay::Has(pInnermost_, pb, field.Desc())) return false;
+    const UnderWay here(pInnermost_, pb, structure.Bytes(), field.Desc());
     out_.Put("\n[");
     PutTitle(title);
     out_.Put(" ]\n");
-    ForFieldsInFileOrder(
-        sdsc, pb, [&](const FDSC &fdscField, BYTE *pbField) { WriteField(pbField, fdscField, &title, ulNoNumber); });
+    ForFieldsInFileOrder(structure, pb, [&](FieldView fieldWithin, BYTE *pbField) {
+      WriteField(pbField, fieldWithin, &title, ulNoNumber);
+    });
     return true;
   }
 
-  void WriteStructs(BYTE *pb, const FDSC &fdsc, const TITLE *ptitle, ULONG ulListNumber) {
-    for (ULONG ul = 0; ul < fdsc.ulCount; ul++)
-      WriteStruct(pb + ul * ElementSize(fdsc), fdsc, ptitle, fdsc.ulCount > 1 ? ul + 1 : ulListNumber);
+  void WriteStructs(BYTE *pb, FieldView field, const TITLE *ptitle, ULONG ulListNumber) {
+    for (ULONG ul = 0; ul < field.Count(); ul++)
+      WriteStruct(pb + ul * field.ElementSize(), field, ptitle, field.Count() > 1 ? ul + 1 : ulListNumber);
   }
 
-  void WriteStructPtrs(BYTE *pb, const FDSC &fdsc, const TITLE *ptitle, ULONG ulListNumber) {
-    for (ULONG ul = 0; ul < fdsc.ulCount; ul++)
-      WriteStruct(Load<BYTE *>(pb + ul * ElementSize(fdsc)), fdsc, ptitle, ulListNumber);
+  void WriteStructPtrs(BYTE *pb, FieldView field, const TITLE *ptitle, ULONG ulListNumber) {
+    for (ULONG ul = 0; ul < field.Count(); ul++)
+      WriteStruct(Load<BYTE *>(pb + ul * field.ElementSize()), field, ptitle, ulListNumber);
   }
 
-  void WriteStructList(const LIST *plst, const FDSC &fdsc, const TITLE *ptitle) {
+  void WriteStructList(const LIST *plst, FieldView field, const TITLE *ptitle) {
     ULONG ulNumber = 1;
     for (const LISTITEM *pli = plst ? plst->pliFirst : nullptr; pli; pli = pli->pliNext)
-      if (WriteStruct(static_cast<BYTE *>(pli->pvData), fdsc, ptitle, ulNumber)) ulNumber++;
+      if (WriteStruct(static_cast<BYTE *>(pli->pvData), field, ptitle, ulNumber)) ulNumber++;
   }
 
   // The data pointer of a text is the text's field, and may be null: it is written empty. That of any other value
   // refers to a block with the field. A list within itself is passed over.
-  void WriteValueList(LIST *plst, const FDSC &fdscList, const TITLE *ptitle) {
+  void WriteValueList(LIST *plst, FieldView fieldList, const TITLE *ptitle) {
     const auto *pb = reinterpret_cast<const BYTE *>(plst);
     if (!plst || UnderWay::Has(pInnermost_, pb, nullptr)) return;
     const UnderWay here(pInnermost_, pb, sizeof *plst, nullptr);
-    const FDSC &fdsc = *static_cast<const FDSC *>(fdscList.pvDesc);
+    const FieldView field(fieldList.Desc());
     ULONG ulNumber = 0;
     for (LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext) {
-      void *pvField = fdsc.ulType == FT_PSZ ? static_cast<void *>(&pli->pvData) : pli->pvData;
-      if (pvField) WriteField(static_cast<BYTE *>(pvField), fdsc, ptitle, ++ulNumber);
+      void *pvField = field.Type() == FT_PSZ ? static_cast<void *>(&pli->pvData) : pli->pvData;
+      if (pvField) WriteField(static_cast<BYTE *>(pvField), field, ptitle, ++ulNumber);
     }
   }
 
@@ -152,6 +153,7 @@ INIFILE *OpenForWriting(const char *pszFile) {
 ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc) {
   if (!pini || !pini->pfile || !pvData || !pfdsc) return 0;
   // The walk over described data is shared with the reader, which writes; the writer only looks.
-  Writer(pini->pfile).WriteField(static_cast<BYTE *>(const_cast<void *>(pvData)), *pfdsc, nullptr, ulNoNumber);
+  Writer(pini->pfile)
+      .WriteField(static_cast<BYTE *>(const_cast<void *>(pvData)), FieldView(pfdsc), nullptr, ulNoNumber);
   return 0;
 }

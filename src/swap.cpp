@@ -73,7 +73,7 @@ class Reverser {
   [[gnu::noinline]] ULONG PassOver(FieldView field) { // inline, it slows the numbers down
     if (field.Type() == FT_STRUCTPTR && fFollow_ && field.Count() > 0)
       Follow(Load<BYTE *>(pbStart_ + ulOffset_), field.Desc());
-    ulOffset_ += Extent(field.Copy());
+    ulOffset_ += field.Extent();
     return 0;
   }
 

@@ -11,8 +11,8 @@
 class [[nodiscard]] UnderWay {
  public:
   // The data of a structure; or with a null description any data, which must only not be freed.
-  UnderWay(const UnderWay *&pInnermost, const BYTE *pb, ULONG ulBytes, const SDSC *psdsc)
-      : pInnermost_(pInnermost), pOuter_(pInnermost), pb_(pb), ulBytes_(ulBytes), psdsc_(psdsc) {
+  UnderWay(const UnderWay *&pInnermost, const BYTE *pb, ULONG ulBytes, const void *pvSdsc)
+      : pInnermost_(pInnermost), pOuter_(pInnermost), pb_(pb), ulBytes_(ulBytes), pvSdsc_(pvSdsc) {
     pInnermost = this;
   }
   ~UnderWay() { pInnermost_ = pOuter_; }
@@ -20,8 +20,8 @@ class [[nodiscard]] UnderWay {
   UnderWay &operator=(const UnderWay &) = delete;
 
   // Whether a structure is one of the chain. The address alone does not tell: it may be that of a first member.
-  static bool Has(const UnderWay *p, const BYTE *pb, const SDSC *psdsc) {
-    while (p && (p->pb_ != pb || p->psdsc_ != psdsc)) p = p->pOuter_;
+  static bool Has(const UnderWay *p, const BYTE *pb, const void *pvSdsc) {
+    while (p && (p->pb_ != pb || p->pvSdsc_ != pvSdsc)) p = p->pOuter_;
     return p != nullptr;
   }
 
@@ -39,7 +39,7 @@ class [[nodiscard]] UnderWay {
   const UnderWay *const pOuter_;
   const BYTE *const pb_;
   const ULONG ulBytes_;
-  const SDSC *const psdsc_;
+  const void *const pvSdsc_;
 };
 
 #endif
