@@ -197,7 +197,7 @@ TEST_F(IniWriting, GoesOnceAroundReferencesThatLeadBackAndSoDoesReading) {
       for (NODE *&pnode : nodes[str]->apnode) pnode = nodes[str.substr(0, Random(str.size()) / 2 * 2 + 1)];
     }
     std::string strWritten = "[ config.ini ]\n", strRead = strWritten;
-    std::map<std::string, NODE> expected; // the nodes that stay
+    std::map<std::string, NODE> expected; // one that is to be freed has the number 2
     for (const auto &[str, pnode] : nodes) {
       strWritten += "\n[ " + str + " ]\n  L = 0\n";
       const bool fMissing = Random(4) == 0;
@@ -206,7 +206,7 @@ TEST_F(IniWriting, GoesOnceAroundReferencesThatLeadBackAndSoDoesReading) {
       const bool fReached = !pnodeOuter || pnodeOuter->l == 1;
       expected[str] = {fReached && !fMissing, {pnode->apnode[0], pnode->apnode[1]}};
       if (fReached && fMissing && pnodeOuter) pnodeOuter->apnode[str.back() - 'A'] = nullptr;
-      if (fReached && fMissing) expected[str].l = 2; // freed
+      if (fReached && fMissing) expected[str].l = 2;
     }
     SCOPED_TRACE(strRead);
     EXPECT_EQ(Written({{&pnodeTop, &fdsc}}), strWritten);
