@@ -195,6 +195,29 @@ ZEB_API BOOL ParseFile(PARSECTX *pprs, INIFILE *pini);
 ZEB_API const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart);
 ZEB_API ULONG FindStructure(INIFILE *pini, const char *pszTitle);
 
+/* What is wrong with a file or with described data, for the program and for people. The operations that take one fill it
+   in every case; null is allowed, and tells nobody. */
+typedef struct INIERROR {
+  ULONG ulCode;     /* INI_ERROR_*; 0 when nothing is wrong */
+  ULONG ulLine;     /* line in the file, counted from 1; 0 where there is none */
+  char szText[512]; /* one line without a line feed: server.ini:3: '=' needs a blank before it */
+} INIERROR;
+
+#define INI_ERROR_SYSTEM 1   /* the system refused; szText has its reason */
+#define INI_ERROR_MEMORY 2   /* no memory */
+#define INI_ERROR_ARGUMENT 3 /* a null pointer, or a file name that is too long */
+#define INI_ERROR_HEADER 4   /* the file does not begin with a header such as [ server.ini ] */
+#define INI_ERROR_MARK 5     /* the file begins with a byte-order mark */
+#define INI_ERROR_TITLE 6    /* a section title that is not well formed */
+#define INI_ERROR_KEY 7      /* a line that is no key: no '=', or no blank before it */
+#define INI_ERROR_QUOTE 8    /* a quoted value that never closes; the line is that of its opening quote */
+#define INI_ERROR_LENGTH 9   /* a name or value beyond INI_MAX_TEXT characters */
+#define INI_ERROR_ENTRIES 10 /* more than INI_MAX_ENTRIES titles and keys */
+#define INI_ERROR_REFUSED 11 /* a finding that the program refuses */
+#define INI_ERROR_VALUE 12   /* a value that would not read back the same */
+#define INI_ERROR_NAME 13    /* a name that no file can have, or that comes twice */
+#define INI_ERROR_DESC 14    /* a description that contradicts itself */
+
 /* Conversion of one element of a described field to and from text.
    ppbData    address of a cursor at the element, which is not moved; the element of types 9, 14 and 15 is the field.
    pszText    to: room for the longest text that the field can give. Without a format of its own that is, with its end,
