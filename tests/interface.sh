@@ -17,7 +17,8 @@ Fail() {
 # The names that the headers declare with ZEB_API or, as additions, ZEB_API_1_1: the last word before the argument list,
 # the array bound or the end. Each with the version that exports it.
 DeclaredNames() {
-  cat "$include"/zebbase/*.h | awk 'BEGIN { RS = "/[*]" } { sub(/.*[*]\//, ""); print }' | grep -v '#' | awk '
+  cat "$include"/zebbase/*.h | awk 'BEGIN { RS = "/[*]" } { sub(/.*[*]\//, ""); print }' |
+    sed ':join; /\\$/ { N; s/\\\n//; b join }' | grep -v '^ *#' | awk '
     BEGIN { RS = "ZEB_API" }
     NR > 1 {
       version = /^_1_1/ ? "1.1" : "1.0"
