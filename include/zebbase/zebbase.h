@@ -15,4 +15,8 @@
 #include <zebbase/tme.h>
 #include <zebbase/types.h>
 
+#ifndef ZEBBASE_NO_MACROS
+#include <zebbase/describe.h> /* nothing but macros */
+#endif
+
 #endif
