@@ -8,16 +8,19 @@
 #include <unistd.h>
 
 #include <bit>
+#include <cerrno>
 #include <climits>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <span>
 
 #include "guard.h"
 #include "init.h"
 #include "output.h"
+#include "print.h"
 #include "severity.h"
 #include "text.h"
 #include "zebbase/tme.h"
@@ -122,22 +125,47 @@ void BuildErrorLine(ErrorLine &line, const char *szNow, const REPORT &report) {
   PutMessage(line, report);
 }
 
-// Appends a text, given in pieces, to a file. One open, one write and one close: nothing is allocated, nothing stays
-// open between reports, and the lines of several programs do not mix. What cannot be written is lost.
+// Writes pieces, in one call unless the system takes less. Result: the bytes written.
+std::size_t WriteAll(int fd, std::span<iovec> aiov) {
+  std::size_t cbWritten = 0;
+  while (!aiov.empty()) {
+    ssize_t cb = writev(fd, aiov.data(), static_cast<int>(aiov.size()));
+    if (cb < 0 && errno == EINTR) continue;
+    if (cb <= 0) break;
+    cbWritten += static_cast<std::size_t>(cb);
+    for (; !aiov.empty() && static_cast<std::size_t>(cb) >= aiov[0].iov_len; aiov = aiov.subspan(1))
+      cb -= static_cast<ssize_t>(aiov[0].iov_len);
+    if (aiov.empty()) break;
+    aiov[0].iov_base = static_cast<char *>(aiov[0].iov_base) + cb;
+    aiov[0].iov_len -= static_cast<std::size_t>(cb);
+  }
+  return cbWritten;
+}
+
+// Appends a line, given in pieces, to a log. One open, one write and one close: nothing is allocated, nothing stays open
+// between reports, and the lines of several programs do not mix. What cannot be written is lost; fTorn, which belongs to
+// the log, says that it has taken a part of a line, so that the next one begins with a line feed.
 template <std::size_t N>
-void AppendToFile(const char *pszFile, const std::string_view (&asv)[N]) {
+void AppendToLog(const char *pszFile, bool &fTorn, const std::string_view (&asv)[N]) {
   const int fd = open(pszFile, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   if (fd < 0) return;
-  iovec aiov[N];
-  for (std::size_t i = 0; i < N; i++) aiov[i] = {const_cast<char *>(asv[i].data()), asv[i].size()};
-  [[maybe_unused]] const ssize_t cbWritten = writev(fd, aiov, static_cast<int>(N));
+  char chLineFeed = '\n';
+  iovec aiov[N + 1] = {{&chLineFeed, fTorn}};
+  std::size_t cbAll = fTorn;
+  for (std::size_t i = 0; i < N; i++) {
+    aiov[i + 1] = {const_cast<char *>(asv[i].data()), asv[i].size()};
+    cbAll += asv[i].size();
+  }
+  const std::size_t cbWritten = WriteAll(fd, aiov);
+  if (cbWritten > 0) fTorn = cbWritten < cbAll;
   close(fd);
 }
 
 void AppendToDailyLog(const char *pszTask, const char *szNow, std::string_view svLine) {
   TextBuffer<PATH_MAX> name;
   name.Put(pszTask).Put('.').Put(std::string_view(szNow, 8)).Put(".log");
-  if (!name.IsCut()) AppendToFile(name.Text(), {svLine});
+  static constinit bool fTorn = false;
+  if (!name.IsCut()) AppendToLog(name.Text(), fTorn, {svLine});
 }
 
 void PutErrorLine(const REPORT &report, FILE *pfConsole, bool fLog) {
@@ -258,10 +286,11 @@ ULONG PutToChannel(const REPORT &report, ULONG ulLink) {
   }
 }
 
-// Formats the message and completes what the caller left out.
+// Formats the message and completes what the caller left out. What was formatted before a conversion that fails, such as
+// that of a wide text which the locale cannot show, is in the buffer and stays.
 ULONG PutError(REPORT report, ULONG *pulIndex, const char *pszFormat, va_list args) {
   char szMessage[ERR_MAX_MESSAGE + 1] = "";
-  if (pszFormat && std::vsnprintf(szMessage, sizeof szMessage, pszFormat, args) < 0) szMessage[0] = '\0';
+  if (pszFormat) PrintTo(szMessage, sizeof szMessage, pszFormat, args);
   report.pszMessage = szMessage;
   if (!report.pszTask) report.pszTask = pszDefaultTaskName;
   report.pszFile = report.pszFile ? BaseName(report.pszFile) : "Unknown";
@@ -407,8 +436,10 @@ ULONG ErrPanicError(const char *pszMessage, const char *pszFile, ULONG ulLine) {
   char szNow[TME_ALT_STRING_SIZE];
   TextBuffer<ulMostDigits + 1> number;
   number.PutNumber(ulLine);
-  AppendToFile("panic.log", {TmeRealTimeToAltString(TmeGetRealTime(), szNow), "  - ", pszFile, ":", number.View(),
-                             " - ", pszMessage, "\n"});
+  static constinit bool fTorn = false;
+  AppendToLog(
+      "panic.log", fTorn,
+      {TmeRealTimeToAltString(TmeGetRealTime(), szNow), "  - ", pszFile, ":", number.View(), " - ", pszMessage, "\n"});
   return 0;
 }
 

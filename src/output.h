@@ -14,6 +14,7 @@
 
 #include "digits.h"
 #include "guard.h"
+#include "print.h"
 
 // Appends to a place in memory, or through a buffer to a stream. What has no room in memory is cut there, and remembered;
 // a stream takes any length, in few large writes, and shows its errors itself.
@@ -55,12 +56,12 @@ class Output {
     va_start(args, pszFormat);
     va_copy(argsAgain, args);
     const std::size_t cbMost = std::min<std::size_t>(cbRoom_, INT_MAX);
-    const int iLength = std::vsnprintf(pch_, cbMost, pszFormat, args);
+    const int iLength = PrintTo(pch_, cbMost, pszFormat, args);
     const bool fFits = iLength >= 0 && static_cast<std::size_t>(iLength) < cbMost;
     if (fFits) Advance(static_cast<std::size_t>(iLength));
     if (!fFits && pf_) { // too long for what is left: the stream has room
       Flush();
-      std::vfprintf(pf_, pszFormat, argsAgain);
+      PrintTo(pf_, pszFormat, argsAgain);
     }
     fCut_ |= !fFits && !pf_;
     va_end(argsAgain);

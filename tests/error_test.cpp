@@ -2,6 +2,9 @@
 
 #include "zebbase/err.h"
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <ctime>
 #include <map>
 
@@ -201,6 +204,40 @@ TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
                   "\n  File: " + str + "\n  Line: 305419896\n  Time: 1234567890.250000\n  Sev : 32768\n  Err : 6\n" +
                   "  Msg : " + strMessage + "\n\n");
   }
+}
+
+TEST_F(ErrorTest, FormatsDoWhatTheRuntimeDoesWithThem) {
+  ErrInitialize(ERR_TYPE_CONSOLE, nullptr);
+  char szCounting[] = "ab%n%s"; // in memory that can be written
+  int iLength = 0;
+  const auto Put = [this](const char *pszFormat, auto... args) {
+    ErrPutError(nullptr, 0, VERB_INFO, 0, "f", 1, nullptr, pszFormat, args...);
+    return Line();
+  };
+
+  EXPECT_EQ(Put("pos %2$s", "a", "b"), "@(       f:0001)I0000 pos b\n");
+  EXPECT_EQ(Put(szCounting, &iLength, "c"), "@(       f:0001)I0000 abc\n");
+  EXPECT_EQ(iLength, 2);
+  EXPECT_EQ(Put("%s: %ls", "seen", L"\x20ac"), "@(       f:0001)I0000 seen: \n");
+}
+
+TEST_F(ErrorTest, ALineBehindATornOneBeginsOnItsOwn) {
+  rlimit limit;
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const auto pfnBefore = std::signal(SIGXFSZ, SIG_IGN);
+  const auto Put = [&](rlim_t cbMost) {
+    const rlimit limitHere = {cbMost, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limitHere);
+    ErrPanicError("text", "file", 1);
+  };
+
+  for (const rlim_t cbMost : {33, 40, 40, 60}) Put(cbMost); // whole, torn, without room, torn
+  Put(limit.rlim_cur);
+
+  std::signal(SIGXFSZ, pfnBefore);
+  EXPECT_EQ(Lines(Contents("panic.log"), "%Y%m%d.%H%M%S"),
+            "@  - file:1 - text\n" + Contents("panic.log").substr(33, 7) +
+                "\n@  - \n@  - file:1 - text\n");
 }
 
 TEST_F(ErrorTest, CriticalErrorsAreShownAndNotKept) {
