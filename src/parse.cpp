@@ -413,7 +413,7 @@ bool TakeSentence(PARSECTX *pprs, Output &out) {
 BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {
   va_list args;
   va_start(args, pszPattern);
-  BOOL fMatch = pprs != nullptr;
+  BOOL fMatch = pprs && pszPattern;
   while (fMatch && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0')
     fMatch = TakeElement(pprs, ReadElement(pszPattern), &args);
   va_end(args);
@@ -421,7 +421,7 @@ BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {
 }
 
 BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern) {
-  const char *psz = pprs ? pprs->pszCurrent : nullptr;
+  const char *psz = pprs && pszPattern ? pprs->pszCurrent : nullptr;
   while (psz && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0')
     psz = PassElement(pprs, ReadElement(pszPattern), SkipWhite(pprs, psz));
   return psz != nullptr;

@@ -154,6 +154,7 @@ TEST_F(Files, GetTheirMissingParentsWithPermissions) {
   EXPECT_EQ(FilMakePath((strHere_ + "one/2/3/4").c_str()), 1u);
   EXPECT_EQ(FilMakeDir("rel/\xe4 b/x/"), 1u);
   EXPECT_EQ(FilMakeDir("new/../x/y"), 0u) << "the second component exists by the time of its turn";
+  EXPECT_EQ(FilMakeDir("rel//top//x") - FilMakeDir("rel//over//x//y"), 1u) << "made twice, but for the first";
   for (const char *psz : {"one/2", "one/2/3", "one/2/3/4", "rel/\xe4 b/x", "new"}) EXPECT_EQ(Mode(psz), 0700u) << psz;
   Make({"file"});
   const std::string strLong = LongPath(256);

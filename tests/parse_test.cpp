@@ -244,6 +244,7 @@ TEST_F(PrsParse, TakesLongWordsAndTimesAndThenNothing) {
   EXPECT_FALSE(PrsResetToLine(parsePipe.get(), 1)) << "a pipe cannot be rewound";
   EXPECT_EQ(Call(parsePipe.get(), opWord), "1a");
   EXPECT_EQ(Call(parsePipe.get(), opWord), "1b");
+  EXPECT_EQ(PrsGetPattern(parseBlank.get(), nullptr) + PrsQueryPattern(parseBlank.get(), nullptr), 0u);
   for (ULONG ulOp = 0; ulOp < cOps; ulOp++) EXPECT_EQ(Call(parse.get(), ulOp) + Call(nullptr, ulOp), "00") << ulOp;
 }
 

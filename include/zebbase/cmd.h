@@ -92,23 +92,25 @@ typedef struct CMDHELP {
                A switch of type STRING is taken to be given already, since its default is a pointer. */
 ZEB_API CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount);
 
-/* The display functions write to the caller's stream and ignore its errors. With a null stream or table they print
-   nothing. */
+/* The display functions write to the caller's stream and ignore its errors. With a null stream, or a null table that is
+   said to have entries, they print nothing. */
 
-/* Prints a usage line, a line for each entry, and how to get help.
+/* Prints a usage line, a line for each entry, and how to get help. An argument goes by the character of the switch that
+   it stands behind; one that stands behind none has no line.
    pszProgram   argv[0], shown without directory and extension; null and what is too long for a path as an empty name.
  */
 ZEB_API void CmdDisplaySyntax(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount, const char *pszProgram);
 
-/* Prints the texts of a help table, as many at a time as have fewer lines than a page, and waits for a character on
-   standard input between the pages. At the end of the input it goes on.
+/* Prints the texts of a help table, page by page, and waits for a character on standard input (for two, when the first
+   is 0) before each page but the first. At the end of the input it goes on.
    pcmdhelp     ends at the record with the key 0.
-   ulPageLines  lines of a page; 0 for no pages, 1 for a pause before every text.
+   ulPageLines  a page takes texts as long as they have, together, fewer than ulPageLines - 1 line feeds. A text is never
+                split: one that has more is a page of its own. 0 for no pages, 1 for a pause before every text.
    Result       0. */
 ZEB_API ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPageLines);
 
-/* Prints every field of every entry, waits for a character on standard input after each, and ENDS THE PROCESS with exit
-   status 0. An unknown type is named UNKNOWN. */
+/* Prints every field of every entry, waits for a character on standard input after each (for two, when the first is 0),
+   and ENDS THE PROCESS with exit status 0. An unknown type is named UNKNOWN. */
 ZEB_API void CmdDisplayOptionStruct(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount) __attribute__((noreturn));
 
 #ifdef __cplusplus

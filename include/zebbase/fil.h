@@ -67,7 +67,8 @@ ZEB_API char *FilNormalizePath(char *pszDest, const char *pszSource);
 
 /* Makes a directory text absolute and takes "." and ".." out of it, by the text alone.
    pszDir   replaced by the result, which ends with '/'.
-   pszBase  the absolute directory that a relative pszDir starts from; a closing '/' is added where it is missing.
+   pszBase  the absolute directory that a relative pszDir starts from; a '/' is added to it unless it is empty or ends
+            with '/' or ':'.
    Result   1; 0, with pszDir unchanged, when a ".." climbs above the root. */
 ZEB_API BOOL FilMakeAbsDir(char *pszDir, const char *pszBase);
 
@@ -99,8 +100,9 @@ ZEB_API BOOL FilPathNameExists(const char *pszPathName);
 /* Creates a directory, given with or without a closing '/', and its missing parents. Where the parent exists, the
    directory is made with permission bits 0777; otherwise it and each parent made get 0700 (less the file-creation
    mask).
-   Result   1; 0 when it exists already or cannot be created, or when a doubled '/' or a '.' stands among the missing
-            parents. Parents made before a failure stay. */
+   Result   1; 0 when it exists already or cannot be created. Also 0 when "." or ".." stands behind a missing directory,
+            or a doubled '/' behind one that is not the first of them: a name would be made twice. What was made before
+            a failure stays. */
 ZEB_API BOOL FilMakeDir(const char *pszPath);
 ZEB_API BOOL FilMakePath(const char *pszPath); /* the same */
 

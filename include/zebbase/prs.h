@@ -2,9 +2,10 @@
    A parse is one PARSECTX from PrsStartParse to PrsEndParse_. It has a current line, from which comments have been
    removed, and a read position on it. The token readers skip white space first (carriage return, line feed, blank and
    tab, nothing else), reading further lines when the current one is used up; a reader that fails leaves the position
-   before the item. Once the input is exhausted all readers but PrsGetRealTime fail; a null context is
-   answered like an exhausted one. Nothing is reported through err.h. Letters and digits are those of ASCII, in every
-   locale.
+   before the item. Once the input is exhausted all readers fail but PrsGetRealTime and patterns that need no text. A
+   null context is answered like an exhausted one, except that no pattern matches; other null arguments are allowed
+   where the text says so. Nothing is reported through err.h (but by the allocator, when there is no memory for a
+   context). Letters and digits are those of ASCII, in every locale.
 
    A word is the longest run of characters that are no white space and either letters or digits or not in the separator
    set; so a separator ends a word, and standing first it makes the word empty.
@@ -22,8 +23,8 @@
 extern "C" {
 #endif
 
-/* Comment style of PrsStartParse, one of these (any other value of the low four bits removes nothing), and what can be
-   added to each. */
+/* Comment style of PrsStartParse, one of these, and what can be added to each. Of other values of the low four bits,
+   those with PRS_PREPROCESSED in them are taken as this, and the others as no style: nothing is removed. */
 #define PRS_CCOMMENTS 1        /* block and line comments as in C; a line with nothing outside comments is dropped */
 #define PRS_HASHCOMMENTS 2     /* lines that begin with '#' after white space are dropped */
 #define PRS_PREPROCESSED 4     /* no comments; lines with '#' in the first column are line markers: # 10 "defs.h" */
@@ -41,7 +42,7 @@ typedef struct PARSECTX PARSECTX;
    pszSeparators  the separator set, of any length; null for PRS_DEFAULT_SEPARATORS. Letters and digits in it are
                   ignored.
    Result         the context; null, with nothing open or allocated, when the file cannot be read, has no line that is
-                  kept, or there is no memory.
+                  kept, or there is no memory. Standard input is then closed, too, when no line of it was kept.
    Limits         PrsQueryFileName shows at most 127 characters of the name. */
 ZEB_API PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators);
 
@@ -49,15 +50,17 @@ ZEB_API PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *
 ZEB_API void PrsEndParse_(PARSECTX *pprs);
 
 /* Reads the next line and puts the read position on its first character that is not white space.
-   Result   1; 0 at the end of the input. An empty input line is delivered as its line feed, but dropped under
-            PRS_CCOMMENTS. A line marker that is not well formed is dropped and changes nothing. */
+   Result   1; 0 at the end of the input. Line feeds and carriage returns are cut off the end of a line, but never its
+            first character: an empty line is delivered as its line feed (of a file with CR LF, as its carriage return),
+            but dropped under PRS_CCOMMENTS. A line marker that is not well formed is dropped and changes nothing. */
 ZEB_API BOOL PrsNextLine(PARSECTX *pprs);
 
 /* Copies the whole current line into a buffer of PRS_LINE_SIZE bytes and reads the next one. Result 1; 0 at the end. */
 ZEB_API BOOL PrsGetLine(PARSECTX *pprs, char *pszBuffer);
 
 /* Starts over and makes the n-th line current, counting from 1 the lines that are delivered. Result 1; 0 when the input
-   ends first, for an n of 0 (after reading it all), and, with nothing changed, for an input that cannot be rewound. */
+   ends first, for an n of 0 (after reading it all), and, with nothing changed, for an input that cannot be rewound.
+   The file name stays what the last line marker said. */
 ZEB_API BOOL PrsResetToLine(PARSECTX *pprs, ULONG ulLine);
 
 ZEB_API BOOL PrsIsEndOfFile(PARSECTX *pprs);      /* 1 when the input is exhausted */
@@ -69,8 +72,10 @@ ZEB_API const char *PrsQueryFileName(PARSECTX *pprs); /* the context's; "stdin",
    (a call that meets the end while it skips white space gives an empty word and 1). */
 ZEB_API BOOL PrsGetWord(PARSECTX *pprs, char *pszWord);
 
-/* Takes the next word when it is pszWord, whole; with null, takes the next run of anything but white space.
-   PrsQueryWord only looks. Result 1 when it was there, else 0. An empty word never matches. */
+/* Takes the next word when it is pszWord, whole; with null, takes the next run of anything but white space, which is
+   always there before the end, if only an empty one. PrsQueryWord only looks (and finds no null word). Result 1 when it
+   was there, else 0. An empty word never matches.
+   What only looks reads further lines when the current one is used up, but leaves the white space of a line. */
 ZEB_API BOOL PrsNextWord(PARSECTX *pprs, const char *pszWord);
 ZEB_API BOOL PrsQueryWord(PARSECTX *pprs, const char *pszWord);
 
@@ -88,17 +93,21 @@ ZEB_API BOOL PrsQueryChar(PARSECTX *pprs, char ch);
 ZEB_API BOOL IsSameChar(PARSECTX *pprs, char chExpected, char chText);
 
 /* Numbers, converted as the runtime's sscanf does ("%ld", "%lx" with an optional 0x, "%lf") and taken as the run of
-   characters that such a number is made of. Result 1 and the value; 0 and the value as it was. */
+   characters that such a number is made of: a sign and digits; hex digits, x and X; digits, 'e', 'E', '.' and signs. A
+   value can come from more or less than is taken: of 3+4 a real takes all, with the value 3; of -1F a hex number takes
+   nothing, since it begins with a sign, nor does any number behind a form feed or vertical tab, which sscanf skips.
+   Result 1 and the value; 0 and the value as it was. */
 ZEB_API BOOL PrsGetNumber(PARSECTX *pprs, LONG *plValue);
 ZEB_API BOOL PrsGetHexNumber(PARSECTX *pprs, ULONG *pulValue);
 ZEB_API BOOL PrsGetReal(PARSECTX *pprs, double *pdValue);
 
-/* A time, made by TmeStringToRealTime (tme.h) of the rest of the current line; then the read position moves to the next
-   white space. With nothing left on the line the value is 0.0. Result 1. */
+/* A time, made by TmeStringToRealTime (tme.h) of the rest of the current line, without the white space it begins with;
+   then the read position moves to the next white space. With nothing left on the line the value is 0.0. Result 1. */
 ZEB_API BOOL PrsGetRealTime(PARSECTX *pprs, REALTIME *prtValue);
 
-/* A sentence: the rest of the line, after which the next line is current; or the text between double quotes, over line
-   ends if need be, with all further quoted texts that follow directly joined to it.
+/* A sentence: the rest of the line, up to a carriage return if one stands inside of it, after which the next line is
+   current; or the text between double quotes, over line ends if need be (which leave nothing, nor does the white space
+   that begins the next line), with all further quoted texts that follow directly joined to it.
    pszText  has room for what the input can hold: a quoted text may run over any number of lines. THERE IS NO LIMIT; a
             program that reads files of others' making does better with PrsGetLine.
    Result   1; 0 at the end and for a quote that never closes. */
@@ -112,12 +121,13 @@ ZEB_API BOOL PrsGetSentence(PARSECTX *pprs, char *pszText);
      %?       any one character of the current line, white space too
      other    this character, by the rule of IsSameChar; white space in the pattern only separates
    A '%' before any other character is ignored with it; a '%' or '%*' that ends the pattern fails.
-   Result   1 when all was there; 0 at the first element that was not, with the earlier ones taken and stored. */
+   Result   1 when all was there; 0 at the first element that was not, with the earlier ones taken and stored, and for
+            a null pattern. */
 ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
 
 /* Whether the rest of the current line begins with what a pattern describes; takes nothing and reads no further line.
    Here white space of the text is skipped before every element, %w, %n (digits only) and %x (hex digits only) may be
-   empty, and a '%' before any other character fails. */
+   empty, and a '%' before any other character fails. Result 1 or 0, as above. */
 ZEB_API BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern);
 
 #ifdef __cplusplus

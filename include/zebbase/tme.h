@@ -70,7 +70,7 @@ ZEB_API char *Tme_ctime(const REALTIME *prt, char *pszBuffer);
                                                          cut to its low 16 bits; the empty text gives 0.0
    TmeJulianStringToRealTime  2003.015.10.23.45          year, day of the year, hour, minute, second, fraction; ends at
                                                          the end of the text or at a tilde
-   A run of any length is read, up to 2147483647; larger numbers are taken as this one. A fraction of one to three
+   A run of any length is read, up to 2147483647; larger numbers are taken as this one. An empty run is 0. A fraction of one to three
    digits is a decimal fraction (.5 is half a second), one of four or more counts ten-thousandths as it stands. */
 ZEB_API REALTIME TmeStringToRealTime(const char *psz);
 ZEB_API REALTIME TmeJulianStringToRealTime(const char *psz);
