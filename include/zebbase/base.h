@@ -20,6 +20,7 @@ extern "C" {
 #define VERB_DEBUG 0x1000UL
 #define VERB_AREA1 0x0001UL /* Area n is this value shifted left by n - 1, up to Area 12 */
 #define VERB_AREA12 0x0800UL
+#define VERB_AREA(n) (VERB_AREA1 << ((n)-1)) /* Area n, an addition of version 1.1 */
 #define VERB_DEFAULT (VERB_ERROR | VERB_WARNING | VERB_INFO)
 
 /* The name of the running task, for the program's own use; the library never reads it. Null until BaseInit. */

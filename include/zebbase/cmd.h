@@ -90,7 +90,7 @@ typedef struct CMDHELP {
    Limits      of a conversion, as many bytes are kept as the type has. What would make sscanf allocate, or take its
                targets by number ('m', '$'), does not convert, and a text conversion sees 255 characters of its text.
                A switch of type STRING is taken to be given already, since its default is a pointer. */
-ZEB_API CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount);
+ZEB_API CMDRESULT *CmdParseCmdLine(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount) ZEB_RESULT;
 
 /* The display functions write to the caller's stream and ignore its errors. With a null stream, or a null table that is
    said to have entries, they print nothing. */

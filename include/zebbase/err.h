@@ -14,6 +14,7 @@
 #ifndef ZEBBASE_ERR_H
 #define ZEBBASE_ERR_H
 
+#include <stddef.h>
 #include <zebbase/base.h>
 #include <zebbase/types.h>
 
@@ -138,6 +139,23 @@ ZEB_API ULONG ErrGetHAB(void);
 
 /* Has no effect. */
 ZEB_API void ErrInitExceptions(void);
+
+#ifndef ZEBBASE_NO_MACROS
+/* Additions of version 1.1, where a program does not define ZEBBASE_NO_MACROS. The place of the call is filled in.
+   ErrReport(ulSeverity, ulType, ...)  reports a message, formatted as by printf, when flVerbosity has a bit of the
+                                       severity; otherwise the arguments of the format are not evaluated.
+   ErrNull(p), ErrBool(f), ErrRc(rc), ErrDos(rc)  the reporters; ErrNull gives back the pointer in its own type.
+   ErrAssert(fTrue)  reports the condition when it is false. Result: whether it is true. */
+#define ErrReport(ulSeverity, ulType, ...) \
+  ((flVerbosity & (ulSeverity)) == 0       \
+       ? 0                                 \
+       : ErrPutError(NULL, 0, ulSeverity, ulType, __FILE__, __LINE__, NULL, __VA_ARGS__))
+#define ErrNull(p) ((__typeof__(p))ErrNullError(__FILE__, __LINE__, (void *)(size_t)(p)))
+#define ErrBool(f) ErrBoolError(__FILE__, __LINE__, f)
+#define ErrRc(rc) ErrRcError(__FILE__, __LINE__, rc)
+#define ErrDos(rc) ErrDosError(__FILE__, __LINE__, rc)
+#define ErrAssert(fTrue) ((fTrue) ? 1 : (ErrAssertError(__FILE__, __LINE__, #fTrue), 0))
+#endif
 
 #ifdef __cplusplus
 }

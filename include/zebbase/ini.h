@@ -124,7 +124,7 @@ ZEB_API TYPEDEFAULT *IniGetTypeDefaults(void);
    Result   the handle, to be closed with IniClose; null, with nothing left open or allocated, when the file cannot be
             opened, its name is null or too long, or there is no memory, and, for reading, when it breaks the format or
             a limit, or cannot be read to its end. */
-ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode);
+ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode) ZEB_RESULT;
 
 /* Reads one described field, usually a structure with all that it holds, out of an open file.
    pvData   the field's data. A value whose key is missing stays as it was, and in an array all after it too; a missing

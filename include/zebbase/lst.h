@@ -10,6 +10,7 @@
 #ifndef ZEBBASE_LST_H
 #define ZEBBASE_LST_H
 
+#include <stddef.h>
 #include <zebbase/types.h>
 
 #ifdef __cplusplus
@@ -42,7 +43,7 @@ typedef struct LIST {
 typedef BOOL (*PFNLSTCOMPARE)(void *pvFirst, void *pvSecond);
 
 /* A new, empty list; flOptions is 0 or LST_INDEXED. Null without memory. */
-ZEB_API LIST *LstNewList(ULONG flOptions);
+ZEB_API LIST *LstNewList(ULONG flOptions) ZEB_RESULT;
 
 /* Frees every node (not the data), releases and closes the lock, and frees the head. Result 1, also for null. */
 ZEB_API BOOL LstFreeList_(LIST *plst);
@@ -101,6 +102,27 @@ ZEB_API BOOL LstDeleteAllBoth(LIST *plst);
 /* Takes and gives back the list's lock. Result 1; 0 for null or when the lock operation fails. */
 ZEB_API BOOL LstLock(LIST *plst);
 ZEB_API BOOL LstUnlock(LIST *plst);
+
+/* What frees what, for the compiler's checks. */
+LIST *LstNewList(ULONG flOptions) ZEB_FREED_BY(LstFreeList_);
+
+/* Additions of version 1.1. */
+
+/* The first node; null for an empty or a null list. */
+static inline LISTITEM *LstFirst(const LIST *plst) { return plst ? plst->pliFirst : NULL; }
+
+#ifndef ZEBBASE_NO_MACROS
+/* Left out where a program defines ZEBBASE_NO_MACROS.
+   LstFreeList             leaves null in its argument, which is a variable.
+   LstForEach(pli, plst)   begins a loop over the nodes of a list, which may be null; pli is declared by it, as a LISTITEM *.
+                           The node at hand stays in its list.
+   LstForEachDeleting      the same, where the node at hand may be removed or deleted (and no other one). */
+#define LstFreeList(plst) (LstFreeList_(plst), (void)((plst) = NULL))
+#define LstForEach(pli, plst) for (LISTITEM *pli = LstFirst(plst); pli; pli = pli->pliNext)
+#define LstForEachDeleting(pli, plst)                                               \
+  for (LISTITEM *pli = LstFirst(plst), *pli##Next = pli ? pli->pliNext : NULL; pli; \
+       pli = pli##Next, pli##Next = pli ? pli->pliNext : NULL)
+#endif
 
 #ifdef __cplusplus
 }

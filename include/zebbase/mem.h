@@ -37,7 +37,8 @@ typedef struct MEMBLOCK {
    Result   the data, the caller's to free with MemFreeMem_. Null, with a report of kind 4 and nothing changed, when
             there is no memory or ulBytes + 25 exceeds 32 bits. A limit that would be exceeded is reported; then it ends
             the process when it is fatal, and otherwise only warns. */
-ZEB_API void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile);
+ZEB_API void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) ZEB_RESULT
+    __attribute__((malloc, alloc_size(1)));
 
 /* Checks, clears and releases a block. Null is said on standard error and nothing else happens.
    A damaged block is reported and released all the same, with two exceptions that are reported and left alone: a block
@@ -66,7 +67,7 @@ ZEB_API BOOL MemCheckMemory(void);
 ZEB_API BOOL MemDumpMemory(FILE *pf);
 
 /* A tracked copy of a text, to be freed with MemFreeMem_ or MemFreeString_; null for null or without memory. */
-ZEB_API char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile);
+ZEB_API char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile) ZEB_RESULT __attribute__((malloc));
 
 /* Replaces the tracked text in a variable by a copy of another.
    ppsz     the variable, with a tracked text (freed) or null.
@@ -80,6 +81,22 @@ ZEB_API char *MemFreeStringSet(char **ppsz, char *psz);
 
 /* Frees a tracked text; null does nothing. */
 ZEB_API void MemFreeString_(char *psz);
+
+/* What frees what, for the compiler's checks. */
+void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) ZEB_FREED_BY(MemFreeMem_);
+char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile) ZEB_FREED_BY(MemFreeMem_)
+    ZEB_FREED_BY(MemFreeString_);
+
+#ifndef ZEBBASE_NO_MACROS
+/* Additions of version 1.1, where a program does not define ZEBBASE_NO_MACROS: the operations with the place of the call
+   filled in. Those that free leave null in their argument, which is a variable. */
+#define MemAllocMem(ulBytes) MemAllocMem_(ulBytes, __LINE__, __FILE__)
+#define MemNew(TYPE) ((TYPE *)MemAllocMem_(sizeof(TYPE), __LINE__, __FILE__))
+#define MemFreeMem(pv) (MemFreeMem_(pv), (void)((pv) = NULL))
+#define MemAllocString(psz) MemAllocString_(psz, __LINE__, __FILE__)
+#define MemFreeString(psz) (MemFreeString_(psz), (void)((psz) = NULL))
+#define MemFreeStringAlloc(psz, pszNew) MemFreeStringAlloc_(&(psz), pszNew, __LINE__, __FILE__)
+#endif
 
 #ifdef __cplusplus
 }

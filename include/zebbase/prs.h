@@ -17,6 +17,7 @@
 #ifndef ZEBBASE_PRS_H
 #define ZEBBASE_PRS_H
 
+#include <stddef.h>
 #include <zebbase/types.h>
 
 #ifdef __cplusplus
@@ -44,7 +45,7 @@ typedef struct PARSECTX PARSECTX;
    Result         the context; null, with nothing open or allocated, when the file cannot be read, has no line that is
                   kept, or there is no memory. Standard input is then closed, too, when no line of it was kept.
    Limits         PrsQueryFileName shows at most 127 characters of the name. */
-ZEB_API PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators);
+ZEB_API PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators) ZEB_RESULT;
 
 /* Closes the input (standard input too) and frees the context; null is ignored. */
 ZEB_API void PrsEndParse_(PARSECTX *pprs);
@@ -129,6 +130,14 @@ ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
    Here white space of the text is skipped before every element, %w, %n (digits only) and %x (hex digits only) may be
    empty, and a '%' before any other character fails. Result 1 or 0, as above. */
 ZEB_API BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern);
+
+/* What frees what, for the compiler's checks. */
+PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators) ZEB_FREED_BY(PrsEndParse_);
+
+#ifndef ZEBBASE_NO_MACROS
+/* An addition of version 1.1: leaves null in its argument, which is a variable. */
+#define PrsEndParse(pprs) (PrsEndParse_(pprs), (void)((pprs) = NULL))
+#endif
 
 #ifdef __cplusplus
 }

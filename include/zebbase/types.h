@@ -16,6 +16,18 @@ extern "C" {
 #define ZEB_API __attribute__((visibility("default")))
 #define ZEB_API_1_1 ZEB_API /* an addition of version 1.1: a program that uses it needs that version or a later one */
 
+/* Marks what the compiler can check: results that it is always a mistake to ignore; and, where the compiler knows it,
+   which function gives back what another hands out. */
+#define ZEB_RESULT __attribute__((warn_unused_result))
+#if defined(__GNUC__) && __GNUC__ >= 11 && !defined(__clang__)
+#define ZEB_FREED_BY(pfnFree) __attribute__((malloc(pfnFree, 1)))
+#else
+#define ZEB_FREED_BY(pfnFree)
+#endif
+
+/* The version of these headers, as one number that grows: 10203 for 1.2.3. */
+#define ZEBBASE_VERSION 10100
+
 typedef unsigned long ULONG;   /* unsigned, 32 bits */
 typedef long LONG;             /* signed, 32 bits */
 typedef unsigned short USHORT; /* unsigned, 16 bits */
