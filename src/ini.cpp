@@ -11,6 +11,7 @@
 #include "bytes.h"
 #include "convert.h"
 #include "fields.h"
+#include "inifree.h"
 #include "iniwrite.h"
 #include "memory.h"
 #include "output.h"
@@ -190,36 +191,6 @@ bool AddName(Name &name, FieldView field, ULONG ulNumber) {
   return !name.IsCut();
 }
 
-// Frees what was read into a structure that is given up: all that its pointers refer to.
-void ReleaseContents(StructureView structure, BYTE *pb);
-
-void ReleaseList(FieldView field, LIST *plst) {
-  if (!plst) return;
-  if (field.Type() == FT_STRUCTLIST)
-    for (const LISTITEM *pli = plst->pliFirst; pli; pli = pli->pliNext)
-      ReleaseContents(field.Structure(), static_cast<BYTE *>(pli->pvData));
-  LstDeleteAllBoth(plst);
-  LstFreeList_(plst);
-}
-
-void ReleaseElement(FieldView field, BYTE *pb) {
-  if (field.Type() == FT_PSZ) return MemFreeString_(Load<char *>(pb));
-  if (!IsSection(field.Type()) || !field.Desc()) return;
-  if (field.Type() == FT_STRUCT) return ReleaseContents(field.Structure(), pb);
-  if (field.Type() != FT_STRUCTPTR) return ReleaseList(field, Load<LIST *>(pb));
-  BYTE *pbStruct = Load<BYTE *>(pb);
-  if (!pbStruct) return;
-  ReleaseContents(field.Structure(), pbStruct);
-  MemFreeMem_(pbStruct);
-}
-
-void ReleaseContents(StructureView structure, BYTE *pb) {
-  for (const FieldView field : structure) {
-    for (ULONG ul = 0; ul < field.Elements(); ul++) ReleaseElement(field, pb + ul * field.ElementSize());
-    pb += field.Extent();
-  }
-}
-
 // Appends a block to the list of a field, which is made for its first element. Result: whether the list has taken it
 // over.
 bool Append(LIST *&plst, Tracked<BYTE> &block) {
@@ -330,7 +301,7 @@ class Reader {
   Tracked<BYTE> ReadNewStruct(FieldView field, ULONG ulNumber) {
     Tracked<BYTE> block(static_cast<BYTE *>(AllocateMem(field.Structure().Bytes(), source)));
     if (block && ReadStruct(block.get(), field, ulNumber) != 0) {
-      ReleaseContents(field.Structure(), block.get());
+      FreeContents(field.Structure(), block.get());
       block.reset();
     }
     return block;
@@ -342,7 +313,7 @@ class Reader {
       Tracked<BYTE> block = ReadNewStruct(field, ulNumber);
       if (!block) break;
       if (Append(plst, block)) continue;
-      ReleaseContents(field.Structure(), block.get());
+      FreeContents(field.Structure(), block.get());
       break;
     }
     StoreList(pb, plst);

@@ -131,6 +131,10 @@ TEST_F(IniFiles, AreReadAsInPlainSteps) {
       TakeApart(fdsc, &ab[1]), TakeApart(fdsc, &abPlain[1]);
       ASSERT_EQ(IniRead(ini.get(), &ab[1], &fdsc), Read(ini.get(), fdsc, &abPlain[1], "", 0, 0));
       ASSERT_EQ(TakeApart(fdsc, &ab[1]), TakeApart(fdsc, &abPlain[1])) << fdsc.pszName << " of type " << fdsc.ulType;
+      const ULONG ulBlocks = Blocks();
+      IniRead(ini.get(), &ab[1], &fdsc), IniFreeData(&ab[1], &fdsc);
+      ASSERT_EQ(Blocks(), ulBlocks) << "all is freed of " << fdsc.pszName << " of type " << fdsc.ulType;
+      TakeApart(fdsc, &ab[1]);
     }
     asdsc_.clear();
   }
@@ -195,6 +199,33 @@ TEST_F(IniFiles, DecideOnReferences) {
   EXPECT_EQ(IniRead(Open("[x]").get(), ppvSelf, sdscSelf.afdsc), 0u);
   EXPECT_TRUE(Blocks() == 1 && !*ppvSelf) << "a structure is not freed that holds the very reference";
   MemFreeMem_(ppvSelf);
+}
+
+TEST_F(IniFiles, AreForgottenWhole) {
+  const FDSC fdscText = Field("T", FT_PSZ);
+  SDSC sdsc = Describe({Field("N", FT_PSZ, 1, nullptr, FDSC_NOINI), Field("T", FT_PSZ, 2), Field("P", FT_STRUCTPTR, 2),
+                        Field("Q", FT_STRUCTLIST), Field("V", FT_VALUELIST, 1, &fdscText)});
+  sdsc.afdsc[2].pvDesc = sdsc.afdsc[3].pvDesc = &sdsc;
+  const FDSC fdsc = Field("S", FT_STRUCT, 1, &sdsc);
+  struct RECORD {
+    char *pszOther, *apsz[2];
+    RECORD *aprec[2];
+    LIST *plst, *plstTexts;
+  } rec = {}, recNothing = {};
+  const auto Text = [] { return MemAllocString_("text", 0, nullptr); };
+  auto *prec = static_cast<RECORD *>(MemAllocMem_(sizeof rec, 0, nullptr));
+  auto *precItem = static_cast<RECORD *>(MemAllocMem_(sizeof rec, 0, nullptr));
+  rec = {recNothing.pszOther = Text(), {nullptr, Text()}, {&rec, prec}, nullptr, LstNewList(0)};
+  *prec = {rec.pszOther, {Text(), nullptr}, {prec, &rec}, LstNewList(0), nullptr};
+  *precItem = {nullptr, {Text(), Text()}, {prec, precItem}, prec->plst, nullptr};
+  LstInsert(prec->plst, precItem, LST_END), LstInsert(prec->plst, nullptr, LST_END);
+  LstInsert(rec.plstTexts, Text(), LST_END), LstInsert(rec.plstTexts, nullptr, LST_END);
+
+  IniFreeData(&rec, &fdsc), IniFreeData(nullptr, &fdsc), IniFreeData(&rec, nullptr);
+
+  EXPECT_EQ(std::memcmp(&rec, &recNothing, sizeof rec), 0) << "what no file has stays";
+  EXPECT_EQ(Blocks(), 1u) << "data that lead back in every way are freed once";
+  MemFreeMem_(rec.pszOther);
 }
 
 const std::string strWhole =

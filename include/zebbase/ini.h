@@ -185,6 +185,17 @@ ZEB_API ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc);
 /* Closes a handle: the output stream, if any, the entries and the handle itself; null does nothing. Result 0. */
 ZEB_API ULONG IniClose(INIFILE *pini);
 
+/* Frees all that described data own, and leaves null pointers: the texts of type 10, the lists of types 26 and 27 with
+   their nodes and data, the structures of type 28, at any depth and in every element of an array.
+   pvData   the field's data, whose pointers are null or to tracked blocks, as IniRead leaves them. It stays the
+            program's, and all that is no pointer stays as it was. Null does nothing.
+   Not      touched are fields with FDSC_NOINI (the reader never filled them) and lists and structures without a
+            description.
+   Cycles   A pointer back to data that is being released becomes null, and what it refers to is freed once, with the
+            reference that led there first. Otherwise no two pointers may lead to one block.
+   Cost     stack in proportion to the depth. */
+ZEB_API_1_1 void IniFreeData(void *pvData, const FDSC *pfdsc);
+
 /* The steps of IniOpen and IniRead, for programs that do them on their own.
    ParseFile      enters the file of a parse whose header has been read, from the line after it on. The parse has the
                   separators INI_SEPARATORS. Result 1; 0 for a syntax error, a broken limit, a read error or no memory.
