@@ -1,4 +1,4 @@
-// ini.cpp: reading INI files: the file as a table of entries, and described data taken out of it.
+// ini.cpp: reading described data out of INI files.
 // Names are built and compared, never cut: a name that would be too long for a file is one that no file has.
 
 #include "zebbase/ini.h"
@@ -6,16 +6,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 #include "bytes.h"
 #include "convert.h"
+#include "entries.h"
 #include "fields.h"
 #include "inifree.h"
-#include "iniwrite.h"
 #include "memory.h"
-#include "output.h"
-#include "parse.h"
 #include "text.h"
 #include "underway.h"
 #include "zebbase/lst.h"
@@ -29,167 +26,7 @@ static_assert(sizeof(INIENTRY) == 12 && sizeof(INIFILE) == 61208);
 namespace {
 constexpr SOURCE source = "ini"; // in allocations
 
-using Name = TextBuffer<INI_MAX_TEXT + 1>;
-
-// --- The file ---
-
-// Adds an entry to the table, or nothing. A title has no value: a view without an address.
-bool AddEntry(INIFILE *pini, std::string_view svName, std::string_view svValue) {
-  const bool fTitle = !svValue.data();
-  if (pini->ulEntries >= INI_MAX_ENTRIES) return false;
-  Tracked<char> name(AllocateText(svName, source));
-  if (!name) return false;
-  char *pszValue = fTitle ? nullptr : AllocateText(svValue, source);
-  if (!fTitle && !pszValue) return false;
-  pini->aentry[pini->ulEntries++] = {fTitle, name.release(), pszValue};
-  return true;
-}
-
-// Takes a word and joins it to a name. Result: whether there was one that fits; it may be empty where that is allowed.
-bool JoinWord(PARSECTX *pprs, Name &name, bool fMayBeEmpty) {
-  const std::string_view svWord = TakeWord(pprs);
-  if (!svWord.data()) return false;
-  name.Put(svWord);
-  return !name.IsCut() && (fMayBeEmpty || !svWord.empty());
-}
-
-bool ReadTitle(PARSECTX *pprs, INIFILE *pini) { // its "[" has been taken
-  Name name;
-  if (!JoinWord(pprs, name, true)) return false;
-  while (!PrsNextChar(pprs, ']'))
-    if (!JoinWord(pprs, name, false)) return false;
-  return AddEntry(pini, name.View(), {});
-}
-
-bool ReadKey(PARSECTX *pprs, INIFILE *pini) { // one or two words, "=", and the value
-  Name name;
-  char achValue[INI_MAX_TEXT];
-  Output value(achValue, sizeof achValue);
-  if (!JoinWord(pprs, name, true)) return false;
-  if (!PrsNextChar(pprs, '=') && !(JoinWord(pprs, name, true) && PrsNextChar(pprs, '='))) return false;
-  return TakeSentence(pprs, value) && AddEntry(pini, name.View(), value.View());
-}
-
-bool ReadHeader(PARSECTX *pprs) {
-  return PrsNextChar(pprs, '[') && TakeWord(pprs).size() <= INI_MAX_TEXT && PrsNextChar(pprs, ']');
-}
-
-struct EndParse {
-  void operator()(PARSECTX *pprs) const { PrsEndParse_(pprs); }
-};
-struct CloseIni {
-  void operator()(INIFILE *pini) const { IniClose(pini); }
-};
-
-INIFILE *OpenForReading(const char *pszFile) {
-  const std::unique_ptr<PARSECTX, EndParse> parse(PrsStartParse(pszFile, 0, INI_SEPARATORS));
-  if (!parse || !ReadHeader(parse.get())) return nullptr;
-  std::unique_ptr<INIFILE, CloseIni> ini(New<INIFILE>(source));
-  if (!ini || !ParseFile(parse.get(), ini.get())) return nullptr;
-  return ini.release();
-}
-
-// --- Lookup ---
-
-// Finds titles, or the keys of a section, by name; of equal names the first. A program mostly asks in the order of the
-// file, so the next entry is nearly always the one sought. What a search passes on its way goes into a hash table, and
-// later searches begin there: looking up all names of a file takes time in proportion to the file, in whatever order.
-// This lives on the stack for the time of one call.
-class Search {
- public:
-  Search(const INIFILE &ini, bool fTitles)
-      : ini_(ini), ulEntries_(std::min<ULONG>(ini.ulEntries, INI_MAX_ENTRIES)), fTitles_(fTitles) {}
-
-  // From entry ulStart on: among all titles, or among the keys up to the next title. Null when there is none.
-  const INIENTRY *Find(std::string_view svName, ULONG ulStart) {
-    const ULONG ulHash = Hash(svName);
-    Begin(ulStart);
-    const ULONG ulSlot = SlotOf(svName, ulHash);
-    if (IsPassed(aslot_[ulSlot])) return &ini_.aentry[aslot_[ulSlot].usEntry - 1];
-    const INIENTRY *pentry;
-    while ((pentry = Next()) != nullptr && !EqualNoCase(pentry->pszName, svName)) {
-      const ULONG ulOther = Hash(pentry->pszName);
-      AddPassed(ulOther & ulMask_, ulOther);
-    }
-    if (pentry) AddPassed(ulSlot, ulHash);
-    return pentry;
-  }
-
- private:
-  struct SLOT {
-    USHORT usEntry; // its number + 1
-    USHORT usHash;
-  };
-  static constexpr ULONG ulSlots = 8192; // a power of two, well above INI_MAX_ENTRIES
-
-  // Equal for names that differ in case. The last four characters are weighted so that names that end in numbers do not
-  // collide; what stands before them is taken four at a time.
-  static ULONG Hash(std::string_view sv) {
-    ULONG ulHash = 0;
-    const char *pch = sv.data();
-    const char *pchEnd = pch + sv.size();
-    for (; pchEnd - pch > 4; pch += 4) ulHash = (ulHash + (Load<ULONG>(pch) | 0x20202020)) * 0x9E3779B1;
-    ulHash ^= ulHash >> 16;
-    for (; pch < pchEnd; pch++) ulHash = ulHash * 31 + (static_cast<unsigned char>(*pch) | 0x20U);
-    return ulHash;
-  }
-
-  void Begin(ULONG ulStart) { // another section: all that was passed is forgotten
-    if (ulMask_ == 0) Clear();
-    if (ulStart != ulStart_) ulNext_ = ulStart_ = ulStart;
-  }
-
-  void Clear() {
-    ulMask_ = 15;
-    while (ulMask_ < 2 * ulEntries_ && ulMask_ < ulSlots - 1) ulMask_ = 2 * ulMask_ + 1;
-    std::memset(aslot_, 0, (ulMask_ + 1) * sizeof(SLOT));
-  }
-
-  // A slot of another section counts as free: its entry is not among those passed.
-  bool IsPassed(const SLOT &slot) const { return slot.usEntry > ulStart_ && slot.usEntry <= ulNext_; }
-
-  // The slot of a name, or the free one where the looking ends.
-  ULONG SlotOf(std::string_view svName, ULONG ulHash) {
-    ULONG ul = ulHash & ulMask_;
-    while (IsPassed(aslot_[ul]) && !(aslot_[ul].usHash == static_cast<USHORT>(ulHash) &&
-                                     EqualNoCase(ini_.aentry[aslot_[ul].usEntry - 1].pszName, svName)))
-      ul = (ul + 1) & ulMask_;
-    return ul;
-  }
-
-  const INIENTRY *Next() { // the next entry to look at; null at the end
-    while (fTitles_ && ulNext_ < ulEntries_ && !ini_.aentry[ulNext_].flTitle) ulNext_++;
-    if (ulNext_ >= ulEntries_ || (ini_.aentry[ulNext_].flTitle != 0) != fTitles_) return nullptr;
-    return &ini_.aentry[ulNext_];
-  }
-
-  // Adds the entry that Next gave, from a slot on; behind others of its name, which are found first.
-  void AddPassed(ULONG ul, ULONG ulHash) {
-    while (IsPassed(aslot_[ul])) ul = (ul + 1) & ulMask_;
-    ulNext_++;
-    aslot_[ul] = {static_cast<USHORT>(ulNext_), static_cast<USHORT>(ulHash)};
-  }
-
-  const INIFILE &ini_;
-  const ULONG ulEntries_;
-  const bool fTitles_;
-  ULONG ulStart_ = 0;
-  ULONG ulNext_ = 0; // the entries from ulStart_ up to here have been passed
-  ULONG ulMask_ = 0;
-  SLOT aslot_[ulSlots];
-};
-
 // --- Reading ---
-
-constexpr ULONG ulNoNumber = 0;
-
-// Adds the name of a field to a name, with a number where it has one. Result: whether a file can have that name.
-bool AddName(Name &name, FieldView field, ULONG ulNumber) {
-  if (!field.Name()) return false;
-  name.Put(field.Name());
-  if (ulNumber != ulNoNumber) name.PutNumber(ulNumber);
-  return !name.IsCut();
-}
 
 // Appends a block to the list of a field, which is made for its first element. Result: whether the list has taken it
 // over.
@@ -372,23 +209,6 @@ class Reader {
 };
 } // namespace
 
-INIFILE *IniOpen(const char *pszFile, ULONG ulMode) {
-  if (!pszFile) return nullptr;
-  return ulMode == INI_MODE_READ ? OpenForReading(pszFile) : OpenForWriting(pszFile);
-}
-
-BOOL ParseFile(PARSECTX *pprs, INIFILE *pini) {
-  PrsNextLine(pprs);
-  for (;;) {
-    if (PrsNextChar(pprs, '[')) {
-      if (!ReadTitle(pprs, pini)) return 0;
-    } else {
-      if (PrsIsEndOfFile(pprs)) return !HasFailedReading(pprs);
-      if (!ReadKey(pprs, pini)) return 0;
-    }
-  }
-}
-
 ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc) {
   if (!pini || !pvData || !pfdsc) return 1;
   return Reader(*pini).Read(static_cast<BYTE *>(pvData), FieldView(pfdsc));
@@ -403,17 +223,6 @@ const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart) {
 ULONG FindStructure(INIFILE *pini, const char *pszTitle) {
   for (ULONG ul = 0; ul < pini->ulEntries; ul++)
     if (pini->aentry[ul].flTitle && EqualNoCase(pini->aentry[ul].pszName, pszTitle)) return ul + 1;
-  return 0;
-}
-
-ULONG IniClose(INIFILE *pini) {
-  if (!pini) return 0;
-  if (pini->pfile) std::fclose(pini->pfile);
-  for (ULONG ul = 0; ul < pini->ulEntries; ul++) {
-    MemFreeString_(pini->aentry[ul].pszName);
-    MemFreeString_(pini->aentry[ul].pszValue);
-  }
-  MemFreeMem_(pini);
   return 0;
 }
 

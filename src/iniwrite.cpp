@@ -3,6 +3,7 @@
 
 #include "iniwrite.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "bytes.h"
@@ -137,16 +138,17 @@ class Writer {
 };
 } // namespace
 
-INIFILE *OpenForWriting(const char *pszFile) {
+INIFILE *OpenForWriting(const char *pszFile, ErrorRecord &error) {
   char szName[FIL_MAX_PATH];
-  if (!FilGetFileNameOf(szName, pszFile)) return nullptr;
+  if (!FilGetFileNameOf(szName, pszFile)) return error.Set(INI_ERROR_ARGUMENT, 0, "the name is too long"), nullptr;
   File file(std::fopen(pszFile, "w"));
-  if (!file) return nullptr;
+  if (!file) return error.SetSystem(errno), nullptr;
   TextBuffer<FIL_MAX_PATH + 8> header;
   header.Put("[ ").Put(szName).Put(" ]\n");
   std::fwrite(header.Text(), 1, header.Length(), file.get());
   auto *pini = New<INIFILE>(source);
-  if (pini) pini->pfile = file.release();
+  if (!pini) return error.SetSystem(ENOMEM), nullptr;
+  pini->pfile = file.release();
   return pini;
 }
 

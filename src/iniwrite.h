@@ -3,9 +3,11 @@
 #ifndef ZEBBASE_SRC_INIWRITE_H
 #define ZEBBASE_SRC_INIWRITE_H
 
+#include "inierror.h"
 #include "zebbase/ini.h"
 
-// Creates a file, writes its header, and gives a handle for IniWrite; null when that fails.
-INIFILE *OpenForWriting(const char *pszFile);
+// Creates a file, writes its header, and gives a handle for IniWrite; null when that fails, with
+// the reason in the record.
+INIFILE *OpenForWriting(const char *pszFile, ErrorRecord &error);
 
 #endif

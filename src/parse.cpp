@@ -5,6 +5,7 @@
 
 #include "parse.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstring>
 #include <string_view>
@@ -25,7 +26,8 @@ struct PARSECTX {
   const char *pszCurrent; // the read position on it
   BOOL fEndOfFile;
   ULONG flParse;
-  BYTE abKind[256]; // what a character is to the word readers
+  ULONG ulQuoteLine; // of the opening quote passed last
+  BYTE abKind[256];  // what a character is to the word readers
 };
 
 namespace {
@@ -103,6 +105,7 @@ const char *PassWord(const PARSECTX *pprs, const char *psz, const char *pszWord)
 // Takes one quoted text, whose opening quote is at the read position. Result: whether it closes.
 bool TakeQuoted(PARSECTX *pprs, Output &out) {
   pprs->pszCurrent++;
+  pprs->ulQuoteLine = pprs->place.ulLine;
   for (;;) {
     const char *psz = pprs->pszCurrent;
     const char *pszEnd = FindChar(psz, pprs->lines.End(), '"');
@@ -224,19 +227,13 @@ const char *PassElement(PARSECTX *pprs, const ELEMENT &elt, const char *psz) {
 
 // --- Start ---
 
-void SetKinds(PARSECTX *pprs, const char *pszSeparators) {
-  const auto Set = [pprs](char ch, BYTE fKind) { pprs->abKind[static_cast<unsigned char>(ch)] = fKind; };
-  for (const char *psz = pszSeparators; *psz; psz++)
-    if (!IsLetter(*psz) && !IsDigit(*psz)) Set(*psz, fStop);
-  for (const char ch : {' ', '\t', '\r', '\n'}) Set(ch, fStop | fWhite);
-  Set('\0', fStop);
-}
-
 // Opens the input: a file, or standard input for a null name. Result: a context without a line yet, or null.
-PARSECTX *Open(const char *pszFile) {
+PARSECTX *Open(const char *pszFile, int &iError) {
   const int iFile = pszFile ? open(pszFile, O_RDONLY | O_CLOEXEC) : -1;
+  iError = errno;
   if (pszFile && iFile < 0) return nullptr;
   auto *pprs = New<PARSECTX>(source);
+  iError = ENOMEM;
   if (!pprs) {
     if (pszFile) close(iFile);
     return nullptr;
@@ -248,14 +245,29 @@ PARSECTX *Open(const char *pszFile) {
 } // namespace
 
 PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators) {
-  PARSECTX *pprs = Open(pszFile);
+  int iError;
+  return StartParse(pszFile, flParse, pszSeparators, iError);
+}
+
+PARSECTX *StartParse(const char *pszFile, ULONG flParse, const char *pszSeparators, int &iError) {
+  PARSECTX *pprs = Open(pszFile, iError);
   if (!pprs) return nullptr;
   pprs->flParse = flParse;
   pprs->filter.Start(flParse);
-  SetKinds(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
+  SetSeparators(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
   if (PrsNextLine(pprs)) return pprs;
+  iError = ReadError(pprs);
   PrsEndParse_(pprs);
   return nullptr;
+}
+
+void SetSeparators(PARSECTX *pprs, const char *pszSeparators) {
+  std::memset(pprs->abKind, 0, sizeof pprs->abKind);
+  const auto Set = [pprs](char ch, BYTE fKind) { pprs->abKind[static_cast<unsigned char>(ch)] = fKind; };
+  for (const char *psz = pszSeparators; *psz; psz++)
+    if (!IsLetter(*psz) && !IsDigit(*psz)) Set(*psz, fStop);
+  for (const char ch : {' ', '\t', '\r', '\n'}) Set(ch, fStop | fWhite);
+  Set('\0', fStop);
 }
 
 void PrsEndParse_(PARSECTX *pprs) {
@@ -315,7 +327,11 @@ BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   return 1;
 }
 
-bool HasFailedReading(const PARSECTX *pprs) { return pprs && pprs->lines.Error() != 0; }
+int ReadError(const PARSECTX *pprs) { return pprs ? pprs->lines.Error() : 0; }
+
+std::string_view RestOfLine(const PARSECTX *pprs) {
+  return pprs ? std::string_view(pprs->pszCurrent, pprs->lines.End()) : std::string_view();
+}
 
 std::string_view TakeWord(PARSECTX *pprs) {
   const char *psz = NextItem(pprs);
@@ -405,10 +421,12 @@ BOOL PrsGetSentence(PARSECTX *pprs, char *pszText) {
 bool TakeSentence(PARSECTX *pprs, Output &out) {
   const char *psz = NextItem(pprs);
   if (!psz) return false;
-  if (*psz == '"') return TakeQuotedTexts(pprs, out) && !out.IsCut();
+  if (*psz == '"') return TakeQuotedTexts(pprs, out);
   TakeRestOfLine(pprs, out);
-  return !out.IsCut();
+  return true;
 }
+
+ULONG QuoteLine(const PARSECTX *pprs) { return pprs->ulQuoteLine; }
 
 BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {
   va_list args;

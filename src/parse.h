@@ -9,13 +9,25 @@
 #include "output.h"
 #include "zebbase/prs.h"
 
-// Whether the input ended by a read error: what has been delivered is not all of it. Null has not.
-bool HasFailedReading(const PARSECTX *pprs);
+// PrsStartParse, which says why it gives null: a code of errno, or 0 for an input without a line that is kept.
+PARSECTX *StartParse(const char *pszFile, ULONG flParse, const char *pszSeparators, int &iError);
+
+// Another separator set from now on.
+void SetSeparators(PARSECTX *pprs, const char *pszSeparators);
+
+// The read error with which the input ended, a code of errno: what has been delivered is not all of it. Otherwise 0.
+int ReadError(const PARSECTX *pprs);
+
+// What is left of the current line, white space too; nothing at the end of the input.
+std::string_view RestOfLine(const PARSECTX *pprs);
 
 // PrsGetWord without a copy. The view has no address at the end of the input, and ends with the current line.
 std::string_view TakeWord(PARSECTX *pprs);
 
-// PrsGetSentence to wherever the output goes, where it is not terminated; also fails for a text that does not fit.
+// PrsGetSentence to wherever the output goes, where it is not terminated, and may be cut.
 bool TakeSentence(PARSECTX *pprs, Output &out);
+
+// The line of the opening quote that was passed last.
+ULONG QuoteLine(const PARSECTX *pprs);
 
 #endif

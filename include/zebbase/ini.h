@@ -126,6 +126,51 @@ ZEB_API TYPEDEFAULT *IniGetTypeDefaults(void);
             a limit, or cannot be read to its end. */
 ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode) ZEB_RESULT;
 
+/* What is wrong with a file or with described data, for the program and for people. The operations that take one fill it
+   in every case; null is allowed, and tells nobody. */
+typedef struct INIERROR {
+  ULONG ulCode;     /* INI_ERROR_*; 0 when nothing is wrong */
+  ULONG ulLine;     /* line in the file, counted from 1; 0 where there is none */
+  char szText[512]; /* one line without a line feed: server.ini:3: '=' needs a blank before it */
+} INIERROR;
+
+#define INI_ERROR_SYSTEM 1   /* the system refused; szText has its reason */
+#define INI_ERROR_MEMORY 2   /* no memory */
+#define INI_ERROR_ARGUMENT 3 /* a null pointer, or a file name that is too long */
+#define INI_ERROR_HEADER 4   /* the file does not begin with a header such as [ server.ini ] */
+#define INI_ERROR_MARK 5     /* the file begins with a byte-order mark */
+#define INI_ERROR_TITLE 6    /* a section title that is not well formed */
+#define INI_ERROR_KEY 7      /* a line that is no key: no '=', or no blank before it */
+#define INI_ERROR_QUOTE 8    /* a quoted value that never closes; the line is that of its opening quote */
+#define INI_ERROR_LENGTH 9   /* a name or value beyond INI_MAX_TEXT characters */
+#define INI_ERROR_ENTRIES 10 /* more than INI_MAX_ENTRIES titles and keys */
+#define INI_ERROR_REFUSED 11 /* a finding that the program refuses */
+#define INI_ERROR_VALUE 12   /* a value that would not read back the same */
+#define INI_ERROR_NAME 13    /* a name that no file can have, or that comes twice */
+#define INI_ERROR_DESC 14    /* a description that contradicts itself */
+
+#define INI_MODE_LENIENT 0x101 /* IniOpenChecked: for reading, files as people write them */
+
+/* IniOpen, which says why it gives null.
+   ulMode   INI_MODE_READ, INI_MODE_LENIENT, or any other to write. INI_MODE_LENIENT is none of IniOpen's: there it is a
+            mode like any other, which EMPTIES THE FILE.
+   perr     null, or the reason: its code is 0 when the file is open. The text begins with the file's name as given (of
+            one that is longer than 255 characters, its end). A line is that of the word at fault, for a title and a
+            quoted text that never close that in which they open.
+   Result   the handle, for everything that takes one of IniOpen. It also holds the lines and the name, for
+            IniReadChecked, in one larger block.
+   Lenient  A file that breaks the format is read once more, from its beginning, by these rules:
+            - what begins with '#' or ';' where an entry may begin is a comment, to the end of its line;
+            - names, and the header, may hold - and _, and a '=' ends a word: Key=1 needs no blank, and behind a '='
+              that ends a word the line may end: the value is then empty;
+            - a byte-order mark of UTF-8 at the beginning is passed over;
+            - there need not be a header: the first entry may be a key, or a title of two words or more. A first title of
+              one word is the header. An empty file has no entries.
+            A file that does not break the format has the entries that IniOpen gives it, also where they surprise: the
+            lines A=1 and B = 2 alone are a key "A=1B", and a line ; A = 1 is a key ";A". What cannot be read twice, such
+            as a pipe, is read by the plain format alone. */
+ZEB_API_1_1 INIFILE *IniOpenChecked(const char *pszFile, ULONG ulMode, INIERROR *perr);
+
 /* Reads one described field, usually a structure with all that it holds, out of an open file.
    pvData   the field's data. A value whose key is missing stays as it was, and in an array all after it too; a missing
             section leaves its structure as it was.
@@ -205,29 +250,6 @@ ZEB_API_1_1 void IniFreeData(void *pvData, const FDSC *pfdsc);
 ZEB_API BOOL ParseFile(PARSECTX *pprs, INIFILE *pini);
 ZEB_API const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart);
 ZEB_API ULONG FindStructure(INIFILE *pini, const char *pszTitle);
-
-/* What is wrong with a file or with described data, for the program and for people. The operations that take one fill it
-   in every case; null is allowed, and tells nobody. */
-typedef struct INIERROR {
-  ULONG ulCode;     /* INI_ERROR_*; 0 when nothing is wrong */
-  ULONG ulLine;     /* line in the file, counted from 1; 0 where there is none */
-  char szText[512]; /* one line without a line feed: server.ini:3: '=' needs a blank before it */
-} INIERROR;
-
-#define INI_ERROR_SYSTEM 1   /* the system refused; szText has its reason */
-#define INI_ERROR_MEMORY 2   /* no memory */
-#define INI_ERROR_ARGUMENT 3 /* a null pointer, or a file name that is too long */
-#define INI_ERROR_HEADER 4   /* the file does not begin with a header such as [ server.ini ] */
-#define INI_ERROR_MARK 5     /* the file begins with a byte-order mark */
-#define INI_ERROR_TITLE 6    /* a section title that is not well formed */
-#define INI_ERROR_KEY 7      /* a line that is no key: no '=', or no blank before it */
-#define INI_ERROR_QUOTE 8    /* a quoted value that never closes; the line is that of its opening quote */
-#define INI_ERROR_LENGTH 9   /* a name or value beyond INI_MAX_TEXT characters */
-#define INI_ERROR_ENTRIES 10 /* more than INI_MAX_ENTRIES titles and keys */
-#define INI_ERROR_REFUSED 11 /* a finding that the program refuses */
-#define INI_ERROR_VALUE 12   /* a value that would not read back the same */
-#define INI_ERROR_NAME 13    /* a name that no file can have, or that comes twice */
-#define INI_ERROR_DESC 14    /* a description that contradicts itself */
 
 /* Conversion of one element of a described field to and from text.
    ppbData    address of a cursor at the element, which is not moved; the element of types 9, 14 and 15 is the field.
