@@ -3,11 +3,13 @@
 #ifndef ZEBBASE_SRC_INIERROR_H
 #define ZEBBASE_SRC_INIERROR_H
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "output.h"
 #include "zebbase/ini.h"
@@ -67,5 +69,17 @@ class ErrorRecord {
   INIERROR *const perr_;
   const char *const pszFile_;
 };
+
+using ErrorText = TextBuffer<sizeof INIERROR::szText>;
+
+// Fills a record of which the text is made already. Result: the code.
+inline ULONG Tell(INIERROR *perr, ULONG ulCode, std::string_view svText) {
+  if (!perr) return ulCode;
+  *perr = {};
+  perr->ulCode = ulCode;
+  std::memcpy(perr->szText, svText.data(), std::min(svText.size(), sizeof perr->szText - 1));
+  MakeOneLine(perr->szText);
+  return ulCode;
+}
 
 #endif
