@@ -125,47 +125,53 @@ void BuildErrorLine(ErrorLine &line, const char *szNow, const REPORT &report) {
   PutMessage(line, report);
 }
 
-// Writes pieces, in one call unless the system takes less. Result: the bytes written.
-std::size_t WriteAll(int fd, std::span<iovec> aiov) {
-  std::size_t cbWritten = 0;
-  while (!aiov.empty()) {
-    ssize_t cb = writev(fd, aiov.data(), static_cast<int>(aiov.size()));
-    if (cb < 0 && errno == EINTR) continue;
-    if (cb <= 0) break;
-    cbWritten += static_cast<std::size_t>(cb);
-    for (; !aiov.empty() && static_cast<std::size_t>(cb) >= aiov[0].iov_len; aiov = aiov.subspan(1))
-      cb -= static_cast<ssize_t>(aiov[0].iov_len);
-    if (aiov.empty()) break;
-    aiov[0].iov_base = static_cast<char *>(aiov[0].iov_base) + cb;
-    aiov[0].iov_len -= static_cast<std::size_t>(cb);
+// What is left to write of pieces when the first cb characters have been.
+std::span<iovec> Rest(std::span<iovec> aiov, std::size_t cb) {
+  for (; !aiov.empty() && cb >= aiov.front().iov_len; aiov = aiov.subspan(1)) cb -= aiov.front().iov_len;
+  if (!aiov.empty()) {
+    aiov.front().iov_base = static_cast<char *>(aiov.front().iov_base) + cb;
+    aiov.front().iov_len -= cb;
   }
-  return cbWritten;
+  return aiov;
 }
 
-// Appends a line, given in pieces, to a log. One open, one write and one close: nothing is allocated, nothing stays open
-// between reports, and the lines of several programs do not mix. What cannot be written is lost; fTorn, which belongs to
-// the log, says that it has taken a part of a line, so that the next one begins with a line feed.
+// Ends a line of which only the beginning could be written. Its last character becomes the line feed: this takes no room
+// that may be lacking, and whoever writes next, be it another program, begins a line of its own.
+void EndTornLine(int fd) {
+  const off_t offEnd = lseek(fd, 0, SEEK_CUR); // of what this program wrote, in a file that others append to as well
+  if (offEnd <= 0 || fcntl(fd, F_SETFL, 0) != 0) return; // no longer at the end of the file
+  [[maybe_unused]] const ssize_t cb = pwrite(fd, "\n", 1, offEnd - 1);
+}
+
+// What cannot be written is lost.
+void WriteLine(int fd, std::span<iovec> aiov) {
+  bool fBegun = false;
+  while (!aiov.empty()) {
+    const ssize_t cb = writev(fd, aiov.data(), static_cast<int>(aiov.size()));
+    if (cb < 0 && errno == EINTR) continue;
+    if (cb <= 0) break;
+    fBegun = true;
+    aiov = Rest(aiov, static_cast<std::size_t>(cb));
+  }
+  if (fBegun && !aiov.empty()) EndTornLine(fd);
+}
+
+// Appends a line, given in pieces, to a file. Mostly it is one open, one write and one close: nothing is allocated,
+// nothing stays open between reports, and the lines of several programs do not mix.
 template <std::size_t N>
-void AppendToLog(const char *pszFile, bool &fTorn, const std::string_view (&asv)[N]) {
+void AppendToFile(const char *pszFile, const std::string_view (&asv)[N]) {
   const int fd = open(pszFile, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   if (fd < 0) return;
-  char chLineFeed = '\n';
-  iovec aiov[N + 1] = {{&chLineFeed, fTorn}};
-  std::size_t cbAll = fTorn;
-  for (std::size_t i = 0; i < N; i++) {
-    aiov[i + 1] = {const_cast<char *>(asv[i].data()), asv[i].size()};
-    cbAll += asv[i].size();
-  }
-  const std::size_t cbWritten = WriteAll(fd, aiov);
-  if (cbWritten > 0) fTorn = cbWritten < cbAll;
+  iovec aiov[N];
+  for (std::size_t i = 0; i < N; i++) aiov[i] = {const_cast<char *>(asv[i].data()), asv[i].size()};
+  WriteLine(fd, aiov);
   close(fd);
 }
 
 void AppendToDailyLog(const char *pszTask, const char *szNow, std::string_view svLine) {
   TextBuffer<PATH_MAX> name;
   name.Put(pszTask).Put('.').Put(std::string_view(szNow, 8)).Put(".log");
-  static constinit bool fTorn = false;
-  if (!name.IsCut()) AppendToLog(name.Text(), fTorn, {svLine});
+  if (!name.IsCut()) AppendToFile(name.Text(), {svLine});
 }
 
 void PutErrorLine(const REPORT &report, FILE *pfConsole, bool fLog) {
@@ -436,10 +442,8 @@ ULONG ErrPanicError(const char *pszMessage, const char *pszFile, ULONG ulLine) {
   char szNow[TME_ALT_STRING_SIZE];
   TextBuffer<ulMostDigits + 1> number;
   number.PutNumber(ulLine);
-  static constinit bool fTorn = false;
-  AppendToLog(
-      "panic.log", fTorn,
-      {TmeRealTimeToAltString(TmeGetRealTime(), szNow), "  - ", pszFile, ":", number.View(), " - ", pszMessage, "\n"});
+  AppendToFile("panic.log", {TmeRealTimeToAltString(TmeGetRealTime(), szNow), "  - ", pszFile, ":", number.View(),
+                             " - ", pszMessage, "\n"});
   return 0;
 }
 

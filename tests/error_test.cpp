@@ -165,6 +165,51 @@ TEST_F(ErrorTest, TheDailyLogIsOneFileForTaskAndDay) {
   EXPECT_EQ(files, (decltype(files){{"task@.log", str5 + str5 + str6 + str6}, {"other@.log", str5 + str6}}));
 }
 
+TEST_F(ErrorTest, ALineThatDoesNotFitLeavesTheNextOneItsOwn) {
+  const auto PutBelow = [](ULONG ulMost, bool fPanic) { // with so many bytes in the file at most
+    const rlimit limit = {ulMost, RLIM_INFINITY}, limitNone = {RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    if (fPanic)
+      ErrPanicError("text", "file", 1);
+    else
+      ErrPutError(nullptr, 0, VERB_INFO, 1, "file", 1, nullptr, "text");
+    setrlimit(RLIMIT_FSIZE, &limitNone);
+  };
+  const auto pfnBefore = std::signal(SIGXFSZ, SIG_IGN);
+  Initialize(ERR_TYPE_LOG);
+  for (const bool fPanic : {false, true}) {
+    std::size_t cbLine = 1;
+    for (std::size_t cb = 0; cb < cbLine; cb++) { // of the second line
+      PutBelow(1000, fPanic);
+      const fs::path path = fs::directory_iterator(".")->path();
+      cbLine = Contents(path).size();
+      PutBelow(cbLine + cb, fPanic);
+      PutBelow(1000, fPanic);
+      const std::string str = Contents(path);
+      EXPECT_EQ(str.size(), 2 * cbLine + cb);
+      for (const std::size_t cbEnd : {cbLine, cbLine + cb, str.size()}) EXPECT_EQ(str[cbEnd - 1], '\n') << str;
+      EXPECT_EQ(std::count(str.begin(), str.end(), '\n'), cb > 0 ? 3 : 2) << str;
+      fs::remove(path);
+    }
+  }
+  std::signal(SIGXFSZ, pfnBefore);
+}
+
+TEST_F(ErrorTest, MessagesAreFormattedAsTheRuntimeDoes) {
+  Reports reports;
+  const auto Formatted = [&](const char *pszFormat, auto... args) {
+    ErrPutError(nullptr, 0, VERB_ERROR, 1, nullptr, 1, nullptr, pszFormat, args...);
+    return reports.Take()[0];
+  };
+  char szCounting[] = "abc%n%d"; // in memory that can be written to
+  int iCount = 0;
+  EXPECT_EQ(Formatted(szCounting, &iCount, 5), "abc5");
+  EXPECT_EQ(iCount, 3);
+  EXPECT_EQ(Formatted("at %2$s", "one", "two"), "at two");
+  EXPECT_EQ(Formatted("user %s failed: %ls!", "x", L"\x20AC"), "user x failed: ") << "not a character of this locale";
+  EXPECT_EQ(Formatted("%ls", L"\x20AC"), "");
+}
+
 TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
   const std::string strTask(10000, 'T');
   const double dTime = 1234567890.25;
@@ -204,40 +249,6 @@ TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
                   "\n  File: " + str + "\n  Line: 305419896\n  Time: 1234567890.250000\n  Sev : 32768\n  Err : 6\n" +
                   "  Msg : " + strMessage + "\n\n");
   }
-}
-
-TEST_F(ErrorTest, FormatsDoWhatTheRuntimeDoesWithThem) {
-  ErrInitialize(ERR_TYPE_CONSOLE, nullptr);
-  char szCounting[] = "ab%n%s"; // in memory that can be written
-  int iLength = 0;
-  const auto Put = [this](const char *pszFormat, auto... args) {
-    ErrPutError(nullptr, 0, VERB_INFO, 0, "f", 1, nullptr, pszFormat, args...);
-    return Line();
-  };
-
-  EXPECT_EQ(Put("pos %2$s", "a", "b"), "@(       f:0001)I0000 pos b\n");
-  EXPECT_EQ(Put(szCounting, &iLength, "c"), "@(       f:0001)I0000 abc\n");
-  EXPECT_EQ(iLength, 2);
-  EXPECT_EQ(Put("%s: %ls", "seen", L"\x20ac"), "@(       f:0001)I0000 seen: \n");
-}
-
-TEST_F(ErrorTest, ALineBehindATornOneBeginsOnItsOwn) {
-  rlimit limit;
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const auto pfnBefore = std::signal(SIGXFSZ, SIG_IGN);
-  const auto Put = [&](rlim_t cbMost) {
-    const rlimit limitHere = {cbMost, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limitHere);
-    ErrPanicError("text", "file", 1);
-  };
-
-  for (const rlim_t cbMost : {33, 40, 40, 60}) Put(cbMost); // whole, torn, without room, torn
-  Put(limit.rlim_cur);
-
-  std::signal(SIGXFSZ, pfnBefore);
-  EXPECT_EQ(Lines(Contents("panic.log"), "%Y%m%d.%H%M%S"),
-            "@  - file:1 - text\n" + Contents("panic.log").substr(33, 7) +
-                "\n@  - \n@  - file:1 - text\n");
 }
 
 TEST_F(ErrorTest, CriticalErrorsAreShownAndNotKept) {

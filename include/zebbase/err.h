@@ -3,14 +3,14 @@
    small reporters test a value, report it when it shows a failure, and hand the value back, so that they fit around a
    call:
        if (!ErrNullError(__FILE__, __LINE__, p = MemAllocMem_(100, __LINE__, __FILE__))) return 0;
-   Nothing here allocates memory. Texts are cut to the limits given below; nothing overruns.
+   Nothing here allocates tracked memory (mem.h). Texts are cut to the limits given below; nothing overruns.
 
    The error line of the console and log channels, for a report from line 429 of a file named memory at 13:45:02:
        134502(  memory:0429)E0009 message
    that is the time of day, the base name of the file in 8 columns (cut to 8), the line, the severity letter (E, W, I,
    D; a to l for Area 1 to 12; in general 'a' plus the position of the lowest bit set, '?' when none is), the kind and
    the message. The daily log is the file TASK.YYYYMMDD.log in the current directory; what cannot be written there is
-   lost without notice. */
+   lost without notice, and a line that was begun is ended, with the next one on a line of its own. */
 #ifndef ZEBBASE_ERR_H
 #define ZEBBASE_ERR_H
 
@@ -66,8 +66,12 @@ typedef struct __attribute__((packed, aligned(4))) ERRRESOURCE {
   BYTE abReserved[2]; /* zero */
 } ERRRESOURCE;
 
-/* Functions of the program's; the results of the display and of the callback are ignored. No exception may leave
-   them. */
+/* Functions of the program's; the results of the display and of the callback are ignored. They return to the library:
+   neither an exception nor a longjmp may leave them. A pop-up text is
+       FILE:LINE KIND
+       MESSAGE
+       Press OK to continue or CANCEL to abort
+   with the kind's name, such as "Null Error"; "Error" for those from 10 on. */
 typedef ULONG (*PFNERRSEND)(ULONG ulReserved, ULONG ulLogClass, ULONG ulLogCat, ULONG ulLogType, ERRRESOURCE *perrres,
                             ULONG ulLength);                             /* 0 for success; ulReserved is 0 */
 typedef ULONG (*PFNERRPOPUP)(const char *pszText);                       /* shows a text */
@@ -96,7 +100,9 @@ ZEB_API BOOL ErrInitialize(ULONG ulErrType, const char *pszTask, ...);
    pulIndex     null, or a word that receives the result; the table channel links the new record to the record whose
                 number the word holds on entry.
    pszFormat    message as for printf, with its arguments; null for an empty message. Cut to ERR_MAX_MESSAGE characters,
-                error lines to 511, standard messages to 127.
+                error lines and the whole text of a pop-up to 511, standard messages to 127, the message of a table
+                record to 255, that of an ERRRESOURCE to 256. A conversion that fails ends the message: what stands
+                before it stays.
    Result       by channel. Remote: the sender's code (0 is success; 1 when no sender is registered). Pop-up: 0 after a
                 critical error (severity VERB_ERROR and a kind of 1 to 99), which is shown and not kept; otherwise the
                 number of the new table record, or 1 when the table is full. Console and log: 1. Callback, none: 0.
@@ -105,13 +111,19 @@ ZEB_API ULONG ErrPutError(const char *pszTask, REALTIME dTime, ULONG ulSeverity,
                           ULONG ulLine, ULONG *pulIndex, const char *pszFormat, ...)
     __attribute__((format(printf, 8, 9)));
 
-/* The reporters: each reports with severity VERB_ERROR under the default task name and leaves no record in the error
-   table. The value tested is handed back. */
-ZEB_API ULONG ErrDosError(const char *pszFile, ULONG ulLine, ULONG rc); /* reports a system code other than 0 */
-ZEB_API void *ErrNullError(const char *pszFile, ULONG ulLine, void *p); /* reports a null pointer */
-ZEB_API ULONG ErrRcError(const char *pszFile, ULONG ulLine, ULONG rc);  /* reports a return code other than 0 */
-ZEB_API BOOL ErrBoolError(const char *pszFile, ULONG ulLine, BOOL f);   /* reports 0 */
-/* Always reports. Result 0, or the code of a lock request that failed. */
+/* The reporters: each tests a value and reports, with severity VERB_ERROR under the default task name:
+       ErrDosError      a code other than 0   kind 3   "CODE : No error text available"
+       ErrNullError     a null pointer        kind 4   "A NULL pointer was detected."
+       ErrAssertError   always                kind 5   "Failed: CONDITION"; null is taken as empty
+       ErrRcError       a code other than 0   kind 6   "CODE : Non-zero return code."
+       ErrBoolError     0                     kind 6   "FALSE return code."
+   They leave no record in the error table: what the channel answers is taken for the number of an entry, which is freed.
+   On the remote channel this is the sender's code: one of 2 to 50 frees the entry of that number.
+   Result   the value tested; of ErrAssertError 0, or the code of a lock request that failed. */
+ZEB_API ULONG ErrDosError(const char *pszFile, ULONG ulLine, ULONG rc);
+ZEB_API void *ErrNullError(const char *pszFile, ULONG ulLine, void *p);
+ZEB_API ULONG ErrRcError(const char *pszFile, ULONG ulLine, ULONG rc);
+ZEB_API BOOL ErrBoolError(const char *pszFile, ULONG ulLine, BOOL f);
 ZEB_API ULONG ErrAssertError(const char *pszFile, ULONG ulLine, const char *pszCondition);
 
 /* The record of an entry in use; for every other number the record "Out of error space". The library's; valid until
