@@ -35,6 +35,9 @@ T *NewUncleared(const SOURCE &source, ULONG ulLine = __builtin_LINE()) {
   return static_cast<T *>(AllocateUncleared(sizeof(T), source, ulLine));
 }
 
+// As MemFreeMem_ for what is not null, and quicker: the links of a header that is otherwise sound are not looked at.
+void FreeMem(void *pv);
+
 // The owner of a block.
 struct FreeTracked {
   void operator()(void *pv) const { MemFreeMem_(pv); }

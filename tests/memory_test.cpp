@@ -3,12 +3,14 @@
 #include "zebbase/mem.h"
 
 #include <optional>
+#include <sstream>
 
 #include "support.h"
 
-#ifndef __clang__ // here blocks are touched and freed again once they are free, and what is none is freed
+#ifndef __clang__ // what a program must not do with blocks is done here
 #pragma GCC diagnostic ignored "-Wuse-after-free"
 #pragma GCC diagnostic ignored "-Wfree-nonheap-object"
+#pragma GCC diagnostic ignored "-Walloc-size-larger-than="
 #endif
 
 namespace {
@@ -76,24 +78,110 @@ TEST_F(MemoryTest, CountsMeasuresAndListsItsBlocks) {
   EXPECT_EQ(MemCheckMemory() & MemDumpMemory(nullptr), 1u);
 }
 
-TEST_F(MemoryTest, ReportsADamagedBlockAndFreesItWhateverItsLinksAre) {
+// Blocks whose headers, and guards behind the data, are overwritten in any way; and what is to be said of each.
+class Damaged {
+ public:
+  explicit Damaged(ULONG ulBlocks) {
+    while (ablock_.size() < ulBlocks) {
+      const ULONG ulBytes = random_() % 300;
+      auto *pch = static_cast<char *>(MemAllocMem_(ulBytes, 70000, "src/links"));
+      std::memset(pch, MEM_TRAILING_GUARD, ulBytes); // a wrong size finds a guard, in this block and behind it
+      ablock_.push_back({pch, ulBytes + 25, 0, ""});
+    }
+  }
+  std::vector<BLOCK> &Blocks() { return ablock_; }
+  static MEMBLOCK &Header(const BLOCK &block) { return reinterpret_cast<MEMBLOCK *>(block.pch)[-1]; }
+  void Damage(const BLOCK &block) {
+    MEMBLOCK &mb = Header(block);
+    const auto Other = [&] { return &Header(ablock_[random_() % ablock_.size()]); };
+    const ULONG ulFrom = random_() % 24, ulTo = ulFrom + 1 + random_() % (24 - ulFrom);
+    const BYTE bFill = static_cast<BYTE>(random_());
+    for (ULONG ul = ulFrom; random_() % 4 && ul < ulTo; ul++)
+      reinterpret_cast<BYTE *>(&mb)[ul] = random_() % 2 ? bFill : static_cast<BYTE>(random_());
+    if (random_() % 4 == 0) mb.ulSize = random_() % 1000;
+    if (random_() % 4 == 0) mb.pmbNext = Other(); // links to blocks, which are the wrong ones
+    if (random_() % 4 == 0) mb.pmbPrev = Other();
+    if (random_() % 4 == 0) block.pch[block.ulSize - 25] = 0;
+  }
+  static Messages Expected(const BLOCK &block) {
+    const MEMBLOCK &mb = Header(block);
+    const bool fSize = mb.ulSize >= 25 && mb.ulSize <= block.ulSize;
+    char sz[100];
+    std::snprintf(sz, sizeof sz, ". Allocated: %6.6s:%hu", mb.achFile, mb.usLine);
+    Messages astr;
+    if (mb.ulGuard != MEM_GUARD) astr.push_back(std::string("Top guard corrupt") + sz);
+    if (fSize && block.pch[mb.ulSize - 25] != MEM_TRAILING_GUARD)
+      astr.push_back(std::string("Bottom guard corrupt") + sz);
+    if (!fSize) astr.push_back(std::string("Size invalid") + sz);
+    return astr;
+  }
+  Messages Expected() const {
+    Messages astr;
+    for (const BLOCK &block : ablock_)
+      for (const std::string &str : Expected(block)) astr.push_back(str);
+    return astr;
+  }
+
+ private:
+  static inline std::mt19937 random_{1};
+  std::vector<BLOCK> ablock_;
+};
+
+TEST_F(MemoryTest, ReportsWhateverIsDamagedAndFreesWhatHasASizeThatCanBeTrue) {
   Reports reports;
-  for (ULONG ulDamaged = 0; ulDamaged < 3; ulDamaged++)
-    for (const long lBytes : {0L, 1L, 100L})
-      for (const long lOffset : {-20L, -16L, -4L, -1L, lBytes}) { // from both links, one, or the guard on; one bit
-        const ULONG ulBytes = static_cast<ULONG>(lBytes);
-        char *apch[] = {Alloc(ulBytes), Alloc(ulBytes), Alloc(ulBytes)};
-        char *pch = std::exchange(apch[ulDamaged], nullptr);
-        for (long l = lOffset; l < std::max(lOffset + 1, 0L); l++) pch[l] = lOffset < -1 ? '\x11' : pch[l] ^ 1;
-        EXPECT_EQ(MemQueryBlockSize(pch), ulBytes + 25);
-        EXPECT_EQ(MemCheckMemory(), 1u);
-        MemFreeMem_(pch);
-        const std::string strSource = lOffset > -16 ? " links:4464" : "\x11\x11\x11\x11\x11\x11:4369";
-        const std::string strGuard = lOffset < 0 ? "Top" : "Bottom";
-        EXPECT_EQ(reports.Take(), Messages(3, strGuard + " guard corrupt. Allocated: " + strSource)) << lOffset;
-        for (char *pchOther : apch) MemFreeString_(pchOther);
-        EXPECT_EQ(reports.Take(), astrNone);
+  std::mt19937 random(2);
+  for (int i = 0; i < 1000; i++) {
+    Damaged damaged(1 + random() % 20);
+    auto &ablock = damaged.Blocks();
+    for (const BLOCK &block : ablock)
+      if (random() % 3 == 0) damaged.Damage(block);
+    if (random() % 4) {
+      const auto Sorted = [](Messages astr) { return std::sort(astr.begin(), astr.end()), astr; };
+      EXPECT_EQ(MemCheckMemory(), 1u);
+      ASSERT_EQ(Sorted(reports.Take()), Sorted(damaged.Expected()));
+      const std::string strDump = Dump();
+      EXPECT_EQ(strDump.find(std::to_string(ablock.size() + 1) + ". 0x"), std::string::npos);
+      for (const BLOCK &block : ablock) {
+        std::ostringstream address;
+        address << ". " << static_cast<void *>(block.pch - 24) << ' ';
+        ASSERT_NE(strDump.find(address.str()), std::string::npos);
       }
+    }
+    for (std::shuffle(ablock.begin(), ablock.end(), random); !ablock.empty(); ablock.pop_back()) {
+      const BLOCK &block = ablock.back();
+      const Messages astrExpected = Damaged::Expected(block);
+      const bool fLeftAlone = !astrExpected.empty() && astrExpected.back().find("Size") == 0;
+      MemFreeMem_(block.pch);
+      ASSERT_EQ(reports.Take(), astrExpected);
+      ASSERT_EQ(Blocks(), ablock.size() - !fLeftAlone);
+      if (!fLeftAlone) continue;
+      Damaged::Header(block).ulSize = block.ulSize;
+      MemFreeMem_(block.pch);
+      reports.Take();
+    }
+    ASSERT_EQ(Amount(), 0u);
+  }
+}
+
+TEST_F(MemoryTest, KeepsItsOrderBetweenDamagedBlocksAndChecksThousandsOfThem) {
+  Reports reports;
+  std::vector<BLOCK> ablock;
+  for (ULONG ul = 0; ul < 5000; ul++) {
+    ablock.push_back({Alloc(10), 35, 70000, "links"});
+    if (ul % 2 == 0) continue;
+    BLOCK &block = ablock.back();
+    std::memset(block.pch - 24, 0x11, 24);
+    block = {block.pch, 0x11111111, 0x1111, "\x11\x11\x11\x11\x11\x11"};
+    ASSERT_TRUE(ul >= 100 || Dump() == DumpOf(ablock));
+  }
+  for (const BLOCK &block : ablock) std::memset(block.pch - 20, 0x11, 20);
+  MemCheckMemory();
+  EXPECT_EQ(reports.Take().size(), 5000u + 2500u) << "all guards, and the sizes of every second block";
+  for (const BLOCK &block : ablock) {
+    Damaged::Header(block).ulSize = 35;
+    MemFreeMem_(block.pch);
+  }
+  EXPECT_EQ(reports.Take().size(), 5000u);
 }
 
 TEST_F(MemoryTest, LeavesAloneWhatCannotBeALiveBlock) {
@@ -145,22 +233,29 @@ TEST_F(MemoryTest, WarnsOfALimitThatIsNotFatal) {
   char *const pchBeyond = Alloc(100);
   EXPECT_EQ(reports.Take(),
             (Messages{"Exceeded MaxAmountMemoryAllowed 275 > 150", "Exceeded MaxNumBlocksAllowed 3 > 2"}));
+  EXPECT_EQ(Alloc(0xFFFFFFFF), nullptr);
+  EXPECT_EQ(reports.Take(), (Messages{"Exceeded MaxAmountMemoryAllowed 4294967295 > 150",
+                                      "Exceeded MaxNumBlocksAllowed 4 > 2", "A NULL pointer was detected."}));
   for (char *pch : {apchWithin[0], apchWithin[1], pchBeyond}) MemFreeMem_(pch);
 }
 
 TEST_F(MemoryTest, EndsTheProcessAtAFatalLimit) {
-  const auto ReportToStderr = [](ULONG, const char *pszMessage) -> ULONG { return std::fputs(pszMessage, stderr) < 0; };
+  const auto ReportToStderr = [](ULONG, const char *pszMessage) -> ULONG { // and go on allocating
+    return Alloc(1) && std::fputs(pszMessage, stderr) < 0;
+  };
   ErrInitialize(ERR_TYPE_CALLBACK, nullptr, static_cast<PFNERRREPORT>(ReportToStderr));
-  const auto Exhaust = [](ULONG ulBytes, int iBlocks) {
+  const auto Exhaust = [](ULONG ulBytes, int iBlocks, ULONG ulLast = 1) {
     for (int i = 0; i < iBlocks; i++) Alloc(ulBytes);
     std::fputs("within. ", stderr);
-    Alloc(1);
+    std::atexit([] { std::fputs(Alloc(1) ? " End." : " No memory.", stderr); });
+    Alloc(ulLast);
   };
-  EXPECT_EXIT(Exhaust(1, 10000), testing::ExitedWithCode(1), "^within. Exceeded MaxNumBlocksAllowed 10001 > 10000$");
-  EXPECT_EXIT(Exhaust(10000000 - 25, 1), testing::ExitedWithCode(1),
-              "^within. Exceeded MaxAmountMemoryAllowed 10000026 > 10000000$");
+  const auto ends = testing::ExitedWithCode(1);
+  EXPECT_EXIT(Exhaust(1, 10000), ends, "^within. Exceeded MaxNumBlocksAllowed 10001 > 10000 End.$");
+  EXPECT_EXIT(Exhaust(10000000 - 25, 1), ends, "^within. Exceeded MaxAmountMemoryAllowed 10000026 > 10000000 End.$");
+  EXPECT_EXIT(Exhaust(1, 1, 0xFFFFFFFF), ends, "^within. Exceeded MaxAmountMemoryAllowed 4294967295 > 10000000 End.$");
   BaseSetVerbosity(~VERB_ERROR);
-  EXPECT_EXIT(Exhaust(1, 10000), testing::ExitedWithCode(1), "^within. $");
+  EXPECT_EXIT(Exhaust(1, 10000), ends, "^within.  End.$");
 }
 
 TEST_F(MemoryTest, GivesNullWithoutMemory) {

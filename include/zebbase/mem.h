@@ -2,11 +2,20 @@
    Every block remembers the source file and line that asked for it and has a guard on both sides of its data. All live
    blocks hang in one chain, oldest first, which can be checked and listed at any time; two counters (blocks, and bytes
    with the 25 of overhead of each block) are held against limits. Data is zero on allocation and cleared on release.
-   Allocation and release take constant time.
+   Allocation and release cost the same however many blocks there are: what malloc and free take, and the clearing. A
+   note of each block is kept apart from the blocks, in an eighth of the memory that they lie in or less.
 
    Damage and limit breaches are reported through ErrPutError (err.h) with kind 9, and only while VERB_ERROR is set in
    flVerbosity. At load time the limits are 10,000,000 bytes and 10,000 blocks, and exceeding one ENDS THE PROCESS with
-   exit status 1: a program with more to hold calls MemSetLimits first. */
+   exit status 1: a program with more to hold calls MemSetLimits first.
+
+   A header may be damaged in any way: nothing in it is believed before it has been held against the notes, and links that
+   are damaged are mended, in time linear in the blocks. (Only lists that free all their nodes, see lst.h, follow the
+   links of a header that is otherwise sound.) The reports name what is wrong, in this order, with file and line as the
+   header has them:
+       Top guard corrupt. Allocated: FILE:LINE      ulGuard is wrong, or no live block is there
+       Bottom guard corrupt. Allocated: FILE:LINE   so is the byte behind the data, where ulSize says it is
+       Size invalid. Allocated: FILE:LINE           ulSize is below 25 or more than the block has */
 #ifndef ZEBBASE_MEM_H
 #define ZEBBASE_MEM_H
 
@@ -35,34 +44,37 @@ typedef struct MEMBLOCK {
    ulBytes  size of the data; 0 is fine.
    ulLine, pszFile  the caller's source position. Of the file, six characters of the base name are kept; null is empty.
    Result   the data, the caller's to free with MemFreeMem_. Null, with a report of kind 4 and nothing changed, when
-            there is no memory or ulBytes + 25 exceeds 32 bits. A limit that would be exceeded is reported; then it ends
-            the process when it is fatal, and otherwise only warns. */
+            there is no memory or ulBytes + 25 exceeds 32 bits.
+   Limits   are tested first, for a request of any size. One that would be exceeded is reported; then it ends the
+            process when it is fatal, and otherwise only warns. What is allocated while this is going on, by the function
+            that gets the report or by an exit handler, is granted beyond the limits without a report. */
 ZEB_API void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) ZEB_RESULT
     __attribute__((malloc, alloc_size(1)));
 
 /* Checks, clears and releases a block. Null is said on standard error and nothing else happens.
    A damaged block is reported and released all the same, with two exceptions that are reported and left alone: a block
-   whose size word cannot be true, and a pointer with a damaged head guard that is not in the chain of live blocks (it
-   never came from MemAllocMem_, or has been freed). */
+   whose size word cannot be true, and a pointer to no live block (it never came from MemAllocMem_, or has been freed),
+   around which nothing is read. */
 ZEB_API void MemFreeMem_(void *pv);
 
-/* Checks a block and gives its total size, the request + 25; 0 for null. */
+/* Checks a block and gives its total size, the request + 25, as the header has it; 0 for null and for no live block. */
 ZEB_API ULONG MemQueryBlockSize(void *pv);
 
 /* Stores the bytes (overhead included) and the number of all live blocks; either pointer may be null. Result 0. */
 ZEB_API ULONG MemQueryStatus(ULONG *pulAmount, ULONG *pulBlocks);
 
 /* Sets the limits, in bytes (overhead included) and in blocks, and whether exceeding one ends the process. They are
-   tested when a block is allocated. Result 0. */
+   tested when a block is allocated. 0xFFFFFFFF is no limit. Result 0. */
 ZEB_API ULONG MemSetLimits(ULONG ulMaxAmount, ULONG ulMaxBlocks, BOOL fFatal);
 
 /* The bytes of all live blocks, overhead included. */
 ZEB_API ULONG MemQueryMemoryAllocated(void);
 
-/* Checks every live block and reports what is damaged. Result 1. */
+/* Checks every live block, oldest first, and reports what is damaged. Linear in the blocks. Result 1. */
 ZEB_API BOOL MemCheckMemory(void);
 
-/* Writes a line per live block, oldest first: number, address of the header, file, line, total size. Result 1.
+/* Writes a line per live block, oldest first: number, address of the header, file, line, total size, these three as the
+   header has them. Linear in the blocks. Result 1.
    pf       the caller's stream; null writes nothing. */
 ZEB_API BOOL MemDumpMemory(FILE *pf);
 
