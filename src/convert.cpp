@@ -401,6 +401,15 @@ bool IsFormatFor(ULONG ulType, const char *pszFormat) {
   return fAllowed && ulConversions == 1;
 }
 
+bool IsVerbosity(const char *psz) {
+  do {
+    ULONG fl = 0;
+    if (!ReadVerbosityWord(psz, fl) || fl == 0) return false;
+    while (*psz == ' ' || *psz == '|') psz++;
+  } while (*psz != '\0');
+  return true;
+}
+
 BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc) {
   Output out(pszText, Output::cbUnknown);
   if (!PutValue(out, FieldView(pfdsc), *ppbData)) return 0;

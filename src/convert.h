@@ -18,4 +18,7 @@ ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText);
 // takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
 bool IsFormatFor(ULONG ulType, const char *pszFormat);
 
+// Whether all words of a verbosity text are known, and all areas there are.
+bool IsVerbosity(const char *psz);
+
 #endif

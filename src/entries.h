@@ -25,6 +25,13 @@ inline bool AddName(Name &name, FieldView field, ULONG ulNumber) {
   return !name.IsCut();
 }
 
+// Whether a field can be the element of a value list. Only values can be told apart by number: the list would not end
+// with elements that are found again and again.
+inline bool IsListable(FieldView field) {
+  const bool fHasText = field.Type() <= FT_INTERVAL && !(field.Flags() & FDSC_NOINI);
+  return fHasText && field.Count() > 0 && !(field.Elements() > 1 && field.Type() == FT_PSZ);
+}
+
 // Finds titles, or the keys of a section, by name; of equal names the first. A program mostly asks in the order of the
 // file, so the next entry is nearly always the one sought. What a search passes on its way goes into a hash table, and
 // later searches begin there: looking up all names of a file takes time in proportion to the file, in whatever order.

@@ -31,9 +31,6 @@ namespace {
 constexpr SOURCE source = "file"; // in allocations
 constexpr std::size_t npos = std::string_view::npos;
 
-std::string_view UpTo(std::string_view sv, std::size_t cb) { return {sv.data(), cb}; }
-std::string_view From(std::string_view sv, std::size_t cb) { return {sv.data() + cb, sv.size() - cb}; }
-
 // Where a character is not there, its position plus one is 0: then nothing stands through it, and the whole follows it.
 std::string_view ThroughLast(std::string_view sv, char ch) { return UpTo(sv, sv.rfind(ch) + 1); }
 std::string_view ThroughFirst(std::string_view sv, char ch) { return UpTo(sv, sv.find(ch) + 1); }

@@ -169,12 +169,10 @@ class Reader {
     return block;
   }
 
-  // Only values can be told apart by number: the list would not end with elements that are found again and again.
   ULONG ReadValueList(BYTE *pb, FieldView fieldList, ULONG ulStart) {
     const FieldView field(fieldList.Desc());
     const bool fArray = field.Elements() > 1;
-    const bool fHasText = field.Type() <= FT_INTERVAL && !(field.Flags() & FDSC_NOINI);
-    if (!fHasText || field.Count() == 0 || (fArray && field.Type() == FT_PSZ)) return 0;
+    if (!IsListable(field)) return 0;
     LIST *plst = nullptr;
     for (ULONG ulNumber = 1;; ulNumber++) {
       Tracked<BYTE> item = ReadItem(field, ulStart, ulNumber);

@@ -7,6 +7,7 @@
 #include "inifile.h"
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "memory.h"
 #include "output.h"
 #include "parse.h"
+#include "text.h"
 #include "zebbase/mem.h"
 
 namespace {
@@ -36,8 +38,7 @@ struct KEY {
   ULONG ulLine = 0;        // and where they stand
   ULONG ulLineSecond = 0;
 
-  std::string_view First() const { return name.View().substr(0, cbFirst); }
-  std::string_view Second() const { return name.View().substr(cbFirst); }
+  std::string_view First() const { return UpTo(name.View(), cbFirst); }
 };
 
 class FileParser {
@@ -68,7 +69,7 @@ class FileParser {
 
   // The whole of a file that may be without a header. A first title of one word is the header.
   bool ReadLeniently(CHECKEDFILE *pchk) {
-    if (RestOfLine(pprs_).starts_with(szMark)) PrsGetPattern(pprs_, "%?%?%?");
+    if (StartsWith(RestOfLine(pprs_), szMark)) PrsGetPattern(pprs_, "%?%?%?");
     while (TakeComment()) continue;
     pini_ = &pchk->ini;
     pchk_ = pchk;
@@ -103,8 +104,8 @@ class FileParser {
 
   bool FailHeader() {
     const std::string_view sv = RestOfLine(pprs_);
-    if (sv.starts_with(szMark)) return Fail(INI_ERROR_MARK, Line(), "a byte-order mark before the header");
-    if (sv.starts_with("\xFF\xFE") || sv.starts_with("\xFE\xFF"))
+    if (StartsWith(sv, szMark)) return Fail(INI_ERROR_MARK, Line(), "a byte-order mark before the header");
+    if (StartsWith(sv, "\xFF\xFE") || StartsWith(sv, "\xFE\xFF"))
       return Fail(INI_ERROR_MARK, Line(), "a byte-order mark of UTF-16, which cannot be read");
     return Fail(INI_ERROR_HEADER, Line(), "no header such as [ settings.ini ]");
   }
@@ -128,7 +129,7 @@ class FileParser {
     const char ch = Line() == key.ulLine ? CharHere() : '\0'; // which stands in the way
     const bool fOneLine = key.ulLineSecond == key.ulLine || key.ulLineSecond == 0;
     const bool fTight = (fOneLine ? key.name.View() : key.First()).find('=') != std::string_view::npos;
-    if (ch == '#' || key.First().starts_with(';'))
+    if (ch == '#' || StartsWith(key.First(), ";"))
       return Fail(INI_ERROR_KEY, key.ulLine, "'%c' begins no comment", ch == '#' ? '#' : ';');
     if (fTight) return Fail(INI_ERROR_KEY, key.ulLine, "'=' needs a blank before it");
     if (key.First().empty()) return Fail(INI_ERROR_KEY, key.ulLine, "no key begins with '%c'", ch);

@@ -20,6 +20,15 @@ inline const char *SkipSpace(const char *psz) {
   return psz;
 }
 
+// The first cb characters of a text that has as many, and what follows them: without the check of the class's own
+// substr, which would want another library.
+constexpr std::string_view UpTo(std::string_view sv, std::size_t cb) { return {sv.data(), cb}; }
+constexpr std::string_view From(std::string_view sv, std::size_t cb) { return {sv.data() + cb, sv.size() - cb}; }
+
+constexpr bool StartsWith(std::string_view sv, std::string_view svStart) {
+  return sv.size() >= svStart.size() && UpTo(sv, svStart.size()) == svStart;
+}
+
 // Mostly the case is the same.
 constexpr bool IsEqualNoCase(char ch1, char ch2) { return ch1 == ch2 || ToLower(ch1) == ToLower(ch2); }
 

@@ -230,6 +230,52 @@ ZEB_API ULONG IniWrite(INIFILE *pini, const void *pvData, const FDSC *pfdsc);
 /* Closes a handle: the output stream, if any, the entries and the handle itself; null does nothing. Result 0. */
 ZEB_API ULONG IniClose(INIFILE *pini);
 
+/* Something that IniReadChecked finds. The texts are valid during the call that reports it. */
+typedef struct INIFINDING {
+  ULONG ulClass;          /* INI_FINDING_* */
+  BOOL fMistake;          /* whether it counts: a key or section that the file does not have does not */
+  ULONG ulLine;           /* of the key or title in the file; 0 where the file has none, or with a handle of IniOpen */
+  const char *pszSection; /* joined name; empty for the keys before the first title */
+  const char *pszKey;     /* joined name; null where it is about the section */
+  const char *pszValue;   /* the text in the file; null where there is none */
+  char szText[512];       /* one line without a line feed: server.ini:4: [Server] Prot: unknown key, perhaps Port */
+} INIFINDING;
+
+#define INI_FINDING_UNKNOWN 1 /* a key or section that the description does not have; see szText for one that is near */
+#define INI_FINDING_MISSING 2 /* a key or section that the file does not have: the data keeps what it held */
+#define INI_FINDING_TWICE 3   /* a second key or section of one name, which is not read */
+#define INI_FINDING_NOT_READ 4  /* a key or section that is described, and yet not read: see below */
+#define INI_FINDING_NUMBER 5    /* a text that is not a number, or more than one */
+#define INI_FINDING_RANGE 6     /* a number, or an interval, beyond the range of its field */
+#define INI_FINDING_NAME 7      /* none of the names of the enumeration */
+#define INI_FINDING_VERBOSITY 8 /* a word, or an area, that no verbosity has */
+#define INI_FINDING_TRUTH 9     /* neither true (TRUE with anything behind it, YES) nor false (FALSE, NO) */
+#define INI_FINDING_TEXT 10     /* a text that is cut, or with characters for which the field stores blanks */
+#define INI_FINDING_INTERVAL 11 /* not of the form 1d2h3m4s */
+#define INI_FINDING_TIME 12     /* no time, or one that is read as another one */
+
+/* Receives a finding. Result: 0; any other refuses it, and nothing at all will be stored. */
+typedef ULONG (*PFNINIREPORT)(const INIFINDING *pfinding, void *pvUser);
+
+#define INI_REFUSED 0xFFFFFFFFUL /* a result of IniReadChecked */
+
+/* IniRead, which first compares file and description and reports what does not fit: first along the description, then
+   what is left over, in the order of the file.
+   pini       a handle of IniOpenChecked, or of IniOpen, whose findings have no line and no file name.
+   pfdsc      describes all of the file: what it does not describe is unknown. So a program that reads a file by several
+              descriptions hears of what is in the others.
+   pfnReport  is called with pvUser for each finding; with null they are only counted.
+   Result     the number of findings that are mistakes; what IniRead stores, mistakes and all, has been stored.
+              INI_REFUSED, with nothing stored, when pfnReport refused a finding (it still hears of the rest), or a
+              pointer is null.
+   Not read   are keys and sections with a number that does not follow (a list ends at the first that is missing, an
+              array at the first or at its count), a section within one that is missing, and an element of a list or a
+              structure by reference whose last field is missing.
+   Values     are compared as a whole: a number with a comment behind it is no number. Of a number that goes through a
+              format of the program's it is only known whether it scans. What is read into which pointer is known to the
+              reader alone: a reference back to data that are being read is checked like any other. */
+ZEB_API_1_1 ULONG IniReadChecked(INIFILE *pini, void *pvData, const FDSC *pfdsc, PFNINIREPORT pfnReport, void *pvUser);
+
 /* Frees all that described data own, and leaves null pointers: the texts of type 10, the lists of types 26 and 27 with
    their nodes and data, the structures of type 28, at any depth and in every element of an array.
    pvData   the field's data, whose pointers are null or to tracked blocks, as IniRead leaves them. It stays the
