@@ -3,7 +3,7 @@
 // taker, which has
 //
 //   bool IsStopped() const   whether it has had enough: the walk ends
-//   void OnField(FieldView, const TITLE *)                      a field, before what it holds; the title is its section's
+//   void OnField(FieldView, const TITLE *)                      a field, before what it holds; with its section's title
 //   void OnTitle(FieldView, TITLE &)                            a section begins
 //   void OnValue(FieldView, const BYTE *, const TITLE *, ULONG) a key, with its number
 //   void OnEnd(FieldView, const TITLE *, ULONG)                 a key or section that is not there: the one behind the

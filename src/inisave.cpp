@@ -1,8 +1,8 @@
 // inisave.cpp: saving described data, all or nothing.
-// The data is looked through twice before anything is written. The first time, every value is tried, and every name goes
-// into a table, where it must be new: of equal names the reader finds the first alone. The second time, the names that
-// the reader will look for in vain, behind the last of a list and for null references, are held against the table. Then
-// a new file is written beside the old one, and takes its place.
+// The data is looked through twice before anything is written. The first time, every value is tried, and every name
+// goes into a table, where it must be new: of equal names the reader finds the first alone. The second time, the names
+// that the reader will look for in vain, behind the last of a list and for null references, are held against the table.
+// Then a new file is written beside the old one, and takes its place.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,7 +46,7 @@ void JoinName(Name &name, FieldView field, const TITLE *ptitle, ULONG ulNumber) 
 }
 
 // All names of a file, each in its scope: that of the titles, or that of the keys of a section. The table is large, so
-// it is for the heap, and not for tracked memory, whose limits may be fatal; of its entries, only those used are touched.
+// it is for the heap, and not for tracked memory, whose limits may be fatal. Only the entries used are touched.
 class Names {
  public:
   void Clear() {

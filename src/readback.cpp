@@ -31,7 +31,10 @@ void PutShortest(Output &out, const BYTE *pb) {
   for (int iDigits = Limits::digits10; iDigits <= Limits::max_digits10; iDigits++) {
     Format(sz, "%.*g", iDigits, static_cast<double>(t));
     const char *psz = sz;
-    if (ScanReal(psz, tRead) && std::memcmp(&tRead, pb, sizeof tRead) == 0) break;
+    BYTE abRead[sizeof(T)];
+    if (!ScanReal(psz, tRead)) continue;
+    std::memcpy(abRead, &tRead, sizeof tRead);
+    if (std::memcmp(abRead, pb, sizeof abRead) == 0) break;
   }
   out.Put(sz);
 }

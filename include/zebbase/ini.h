@@ -400,19 +400,19 @@ ZEB_API ULONG IniPackData(const FDSC *pfdsc, const void *pvData, BYTE *pbBuffer)
 ZEB_API ULONG IniUnpackData(const FDSC *pfdsc, void *pvData, const BYTE *pbBuffer, ULONG fSwap);
 
 /* Saves one described field, usually a structure with all that it holds: all or nothing, and only what will read back.
-   A new file is written beside the old one, under a name of its own, and takes its place when it is on the disk: at every
-   moment, also when the disk is full or the power fails, the name holds one whole file, the old one or the new one.
+   A new file is written beside the old one, under a name of its own, and takes its place once it is on the disk. At
+   every moment, also when the disk is full or the power fails, the name holds one whole file, the old or the new one.
    pszFile  at most 255 characters. Its file name is the file's header, so it must be a word of a file. A symbolic link
             stays: what it leads to is replaced, or made. A new file has the mode 0666 less the file-creation mask; else
             it takes over the mode of the old one, and its owner where the system allows that. A file that may not be
             written is not replaced, nor is anything but a regular file. The folder must be readable.
    pvData   is written as by IniWrite, but fractions without a format of their own with the digits that it takes to read
             them back, an interval of 0 as 0s, and a verbosity word of 0 as Area0.
-   Result   0; or the code of what is wrong, with the text in perr, which names section and key. The old file, if any, is
-            then as it was, and nothing is left beside it; only when the folder could not be synced in the end is the
+   Result   0; or the code of what is wrong, with the text in perr, which names section and key. The old file, if any,
+            is then as it was, and nothing is left beside it; only when the folder could not be synced in the end is the
             new file in place all the same. Nothing takes tracked memory.
    Refused  is what IniRead, into data of zeros, would not read back the same: whatever IniWrite names as an exception.
-            Every value is converted to text and back, and every name that is in the file or is looked for must be a word
+            Every value is converted to text and back. Every name that is in the file or is looked for must be a word
             and, with those around it and its number, one of its own. The codes are INI_ERROR_VALUE, _NAME, _LENGTH,
             _ENTRIES and, for descriptors that no file can follow, _DESC.
    The same means: fractions and times to the last bit (so times have whole ten-thousandths; of NaN, the one without a
