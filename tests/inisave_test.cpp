@@ -276,6 +276,94 @@ TEST_F(IniSaving, LeavesAFileAloneWhenItFails) {
   EXPECT_EQ(strWrong, "saved.ini: File too large");
   EXPECT_EQ(FolderText(), strBefore);
 }
+
+std::string Checked(const FDSC &fdsc, ULONG ulSizeof) { // what is wrong, or ""
+  INIERROR error;
+  EXPECT_EQ(IniCheckDescription(&fdsc, ulSizeof, &error), error.ulCode);
+  EXPECT_EQ(error.ulCode == 0, *error.szText == '\0') << error.szText;
+  return error.szText;
+}
+
+// Random descriptions are fine until a field of them, at any depth, is spoilt.
+TEST_F(IniSaving, ChecksDescriptionsByField) {
+  SDSC sdscSelf = {2, 0, 8, 0, {Field("Next", FT_STRUCTPTR, 1, &sdscSelf), Field("List", FT_STRUCTLIST, 1, &sdscSelf)}};
+  const struct {
+    void (*pfnSpoil)(FDSC &fdsc);
+    const char *pszExpected;
+  } aCase[] = {
+      {[](FDSC &fdsc) { fdsc.ulType = 20; }, "its type is reserved"},
+      {[](FDSC &fdsc) { fdsc.ulCount = 0; }, "its ulCount is 0"},
+      {[](FDSC &fdsc) { fdsc = Field("a b", FT_BYTE); },
+       "the name has a blank or one of the characters ]-!@#$%&*<>_|\\:"},
+      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%d %d", nullptr}; }, "its format does not fit its type"},
+      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_DOUBLE, 1, "%.3lf", nullptr}; },
+       "its format gives texts that do not read back"},
+      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%5ld", nullptr}; },
+       "its format gives texts that do not read back"},
+      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_PSZ, 1, "%.9s", nullptr}; },
+       "its format gives texts that do not read back"},
+      {[](FDSC &fdsc) { fdsc = Field("K", FT_LONG, 1, &fdsc); }, "its type takes no pvDesc"},
+      {[](FDSC &fdsc) { fdsc = Field("K", FT_ENUM16); }, "its pvDesc is missing"},
+      {[](FDSC &fdsc) { fdsc = Field("K", FT_ULONG, 0x20000000); }, "it takes more than 2147483647 bytes"},
+  };
+  EXPECT_EQ(Checked(sdscSelf.afdsc[0], 4), "") << "a structure may refer to itself";
+  for (int i = 0; i < 500; i++) {
+    sdscs_.clear();
+    const SDSC *psdsc = Structure(3);
+    const FDSC fdsc = Named(FT_STRUCT, 1 + Random(3), psdsc);
+    ASSERT_EQ(Checked(fdsc, Extent(fdsc)), "");
+    SDSC &sdsc = sdscs_[Random(sdscs_.size())];
+    if (sdsc.ulFields == 0) continue;
+    FDSC &fdscSpoilt = sdsc.afdsc[Random(sdsc.ulFields)];
+    const auto &[pfnSpoil, pszExpected] = aCase[Random(std::size(aCase))];
+    pfnSpoil(fdscSpoilt);
+    fdscSpoilt.flFlags = 0;
+    const std::string str = Checked(fdsc, Extent(fdsc)), strPlace = "." + std::string(fdscSpoilt.pszName) + ": ";
+    ASSERT_EQ(str.substr(0, 4), fdsc.pszName);
+    ASSERT_NE((str + ";").find(strPlace + pszExpected + ";"), std::string::npos) << str << " for " << pszExpected;
+  }
+}
+
+TEST_F(IniSaving, ChecksDescriptionsAsAWhole) {
+  const SDSC sdscOne = Describe({Field("L", FT_LONG)}), sdscWrong = {1, 0, 5, 0, {Field("L", FT_LONG)}};
+  const SDSC sdscMany = {61, 0, 0, 0, {}}, sdscDotted = {1, 0, 3, 0, {Field("", FT_FIXEDSTRING, 3)}};
+  SDSC sdscEndless = {1, 0, 0, 0, {Field("In", FT_STRUCT, 1, &sdscEndless)}};
+  const FDSC fdscText = Field("L", FT_PSZ), fdscLists = Field("V", FT_VALUELIST, 1, &fdscText);
+  const EDSC aedsc[] = {{17, {}, {}}, {2, {"One"}, {}}, {2, {"One", "ONE"}, {}}, {1, {" One"}, {}}};
+  const auto CheckedIn = [](std::initializer_list<FDSC> fields) {
+    const SDSC sdsc = Describe(fields);
+    return Checked(Field("S", FT_STRUCT, 1, &sdsc), sdsc.ulSize);
+  };
+  const struct {
+    std::string str;
+    const char *pszExpected;
+  } aCase[] = {
+      {Checked(Field("S", FT_STRUCT, 2, &sdscOne), 12), "S: the data takes 12 bytes, its description 8"},
+      {Checked(Field("S", FT_STRUCTPTR, 1, &sdscWrong), 4),
+       "S: the ulSize of its structure is 5 bytes, its fields take 4"},
+      {Checked(Field("S", FT_STRUCT, 1, &sdscMany), 0), "S: its structure has more than 60 fields"},
+      {Checked(Field("S", FT_STRUCT, 1, &sdscEndless), 0), "S.In: the structure lies within itself"},
+      {CheckedIn({Field("D", FT_DOTTED, 4, &sdscDotted)}), "S.D: its ulCount is not the sum of its subfields"},
+      {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[0])}), "S.E: its enumeration has no names or too many"},
+      {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[1])}), "S.E: its enumeration has a null name"},
+      {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[2])}), "S.E: its enumeration has a name twice"},
+      {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[3])}), "S.E: its enumeration has a name that no file can have"},
+      {CheckedIn({Field("A", FT_BYTE), Field(nullptr, FT_BYTE)}), "S.#2: it has no name"},
+      {CheckedIn(
+           {Field(nullptr, FT_PSZ, 1, nullptr, FDSC_NOINI), Field(nullptr, FT_STRUCTPTR, 2, nullptr, FDSC_NOINI)}),
+       ""},
+      {CheckedIn({Field("F", FT_FIXEDSTRING, 128)}), "S.F: it is longer than 127 characters"},
+      {CheckedIn({Field("V", FT_STRUCT, 1, &sdscOne), Field("v", FT_BYTE), fdscLists}), ""},
+      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port2", FT_BYTE)}), "S.port2: a file would have its name twice"},
+      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port4", FT_BYTE)}), ""},
+      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port02", FT_BYTE)}), ""},
+      {CheckedIn({Field("P", FT_BYTE, 30), Field("P2", FT_BYTE, 2)}), "S.P2: a file would have its name twice"},
+      {CheckedIn({Field("P", FT_BYTE, 20), Field("P2", FT_BYTE, 2)}), ""},
+      {CheckedIn({Field("L9", FT_BYTE), fdscLists}), "S.V: a file would have its name twice"},
+  };
+  for (const auto &[str, pszExpected] : aCase) EXPECT_EQ(str, pszExpected);
+  EXPECT_EQ(IniCheckDescription(nullptr, 0, nullptr), static_cast<ULONG>(INI_ERROR_ARGUMENT));
+}
 } // namespace
 
 // The test program's own: it waits for no disk.

@@ -421,6 +421,23 @@ ZEB_API ULONG IniUnpackData(const FDSC *pfdsc, void *pvData, const BYTE *pbBuffe
    Limits   structures nest at most 127 levels deep; a field of type 15 has at most 1024 bytes. */
 ZEB_API_1_1 ULONG IniSave(const char *pszFile, const void *pvData, const FDSC *pfdsc, INIERROR *perr);
 
+/* Whether a description can be used: for those that a program writes by hand, to be asked once, at its start.
+   ulSizeof  bytes of the data that it describes: sizeof of the variable, or of the pointer for types 26 to 28.
+   Result    0; or the code of the first thing that is wrong, with the field by its path in perr, as in Server.Port: its
+             ulCount is 0. A field without a name goes by its number, #3.
+   Checked   of every field: its type, its ulCount, its format (IniCheckFdsc tells which fit); that pvDesc is there for
+             the types that take one and null for the others; that ulSize is the sum of the fields' extents, and the
+             ulCount of a type 15 that of its subfields. Enumerations have 1 to INI_MAX_NAMES names, none null or twice.
+             No structure lies within itself; one may refer to itself.
+             Of fields without FDSC_NOINI also what IniSave asks of them: names that files can have, and that no two
+             fields of a structure share, with a number or without (a list Port and a key Port2); no arrays of
+             references, and value lists of single values. Values at the ends of the type's range, short and long texts
+             and all values of an enumeration must read back through the format.
+   Limits    INI_MAX_FIELDS, INI_MAX_DEPTH (references count), INI_MAX_EXTENT and, of elements, INI_MAX_ENTRIES; 65,536
+             fields, those of a structure counted wherever it lies. Nothing is allocated.
+   Not seen  is what only data show: names of nested structures that join to one name, paths that grow too long. */
+ZEB_API_1_1 ULONG IniCheckDescription(const FDSC *pfdsc, ULONG ulSizeof, INIERROR *perr);
+
 #ifdef __cplusplus
 }
 #endif
