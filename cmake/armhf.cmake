@@ -7,3 +7,8 @@ set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
+# On a 32-bit machine it crashes at one start in a thousand, unless addresses are laid out the same way every time.
+execute_process(COMMAND setarch -R getconf LONG_BIT OUTPUT_VARIABLE bits OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+if(bits EQUAL 32)
+  list(PREPEND CMAKE_CROSSCOMPILING_EMULATOR setarch -R)
+endif()
