@@ -11,9 +11,11 @@ using Texts = std::vector<std::string>;
 using Table = std::vector<CMDOPTION>;
 
 CMDOPTION Entry(BOOL fMandatory, BOOL fFlag, char chSwitchId, ULONG ulGroup, ULONG ulTypeCode,
-                const char *pszConversion = "", const char *pszDefault = "", const char *pszName = "name") {
+                const char *pszConversion = "", const char *pszDefault = "",
+                const char *pszName = "name") {
   static ULONG ulKeys = HLP;
-  CMDOPTION cmdo = {fMandatory, fFlag, chSwitchId, 0, ulGroup, ++ulKeys, ulTypeCode, "", "", "", {}};
+  CMDOPTION cmdo = {fMandatory, fFlag, chSwitchId, 0,  ulGroup, ++ulKeys,
+                    ulTypeCode, "",    "",         "", {}};
   std::strcpy(cmdo.szConversion, pszConversion);
   std::strcpy(cmdo.szArgumentName, pszName);
   std::strcpy(cmdo.szDefaultValue, pszDefault);
@@ -59,7 +61,9 @@ struct Model {
     return n >= acmdo.size() ? '\0' : acmdo[n].fFlag ? 'S' : acmdo[n].chSwitchId ? 'A' : 'P';
   }
   bool AtSwitch() const { return astrArg[0][0] == '-'; }
-  bool Names(size_t n) const { return Kind(n) == 'S' && AtSwitch() && astrArg[0][1] == acmdo[n].chSwitchId; }
+  bool Names(size_t n) const {
+    return Kind(n) == 'S' && AtSwitch() && astrArg[0][1] == acmdo[n].chSwitchId;
+  }
   bool GroupGoesOn(size_t n) const {
     const ULONG ulGroup = acmdo[n].ulExclusiveGroup;
     return ulGroup && n + 1 < acmdo.size() && acmdo[n + 1].ulExclusiveGroup == ulGroup;
@@ -77,20 +81,27 @@ struct Model {
                                 : ulType != CMD_TYPE_BOOLEAN && AtSwitch())
       throw Result(acmdo[n].ulHelpKey, strError + str);
     if (ulType == CMD_TYPE_LONG) return Take(n, std::to_string(lValue));
-    if (ulType == CMD_TYPE_BOOLEAN) return Take(n, str == "yes" || str == "TRUEx" || str == "ONE" ? "1" : "0");
+    if (ulType == CMD_TYPE_BOOLEAN)
+      return Take(n, str == "yes" || str == "TRUEx" || str == "ONE" ? "1" : "0");
     if (ulType == CMD_TYPE_STRING) return Take(n, str);
-    for (astrValue[n] = ""; !astrArg.empty() && !AtSwitch();) Take(n, astrValue[n] + astrArg[0] + ",");
+    for (astrValue[n] = ""; !astrArg.empty() && !AtSwitch();)
+      Take(n, astrValue[n] + astrArg[0] + ",");
   }
 
   void TakeSwitch() {
     const std::string str = astrArg[0];
     size_t n = i;
     while (n < acmdo.size() && !Names(n)) n++;
-    if (!Kind(n)) throw Result(100, "Unknown switch: -" + str.substr(1, 1) + (str.size() > 1 ? "\n" : ""));
-    if (acmdo[n].fMandatory) throw Result(acmdo[n].ulHelpKey, "Invalid use of mandatory switch: " + str);
-    if (astrValue[n] == "1") throw Result(acmdo[n].ulHelpKey, "Same switch specified twice: " + str);
-    for (Take(n++, "1"); Kind(n) == 'A' && !astrArg.empty() && !AtSwitch(); n++) Assign(n, "Format error: ");
-    if (Kind(n) == 'A' && acmdo[n].fMandatory) throw Result(acmdo[n].ulHelpKey, "Missing switch argument");
+    if (!Kind(n))
+      throw Result(100, "Unknown switch: -" + str.substr(1, 1) + (str.size() > 1 ? "\n" : ""));
+    if (acmdo[n].fMandatory)
+      throw Result(acmdo[n].ulHelpKey, "Invalid use of mandatory switch: " + str);
+    if (astrValue[n] == "1")
+      throw Result(acmdo[n].ulHelpKey, "Same switch specified twice: " + str);
+    for (Take(n++, "1"); Kind(n) == 'A' && !astrArg.empty() && !AtSwitch(); n++)
+      Assign(n, "Format error: ");
+    if (Kind(n) == 'A' && acmdo[n].fMandatory)
+      throw Result(acmdo[n].ulHelpKey, "Missing switch argument");
   }
 
   std::string Run() try {
@@ -115,7 +126,8 @@ struct Model {
     }
     std::map<ULONG, int> given;
     for (size_t n = 0; n < acmdo.size(); n++)
-      if (Kind(n) == 'S' && acmdo[n].ulExclusiveGroup && astrValue[n] == "1" && given[acmdo[n].ulExclusiveGroup]++)
+      if (Kind(n) == 'S' && acmdo[n].ulExclusiveGroup && astrValue[n] == "1" &&
+          given[acmdo[n].ulExclusiveGroup]++)
         throw Result(acmdo[n].ulHelpKey, "Second instance of mutually exclusive switches");
     return Result(0);
   } catch (const std::string &strResult) {
@@ -124,13 +136,15 @@ struct Model {
 };
 
 Table RandomTable(std::mt19937 &random) { // mostly in the order that a table should have
-  constexpr ULONG aulType[] = {CMD_TYPE_LONG, CMD_TYPE_STRING, CMD_TYPE_BOOLEAN, CMD_TYPE_STRINGARRAY};
+  constexpr ULONG aulType[] = {CMD_TYPE_LONG, CMD_TYPE_STRING, CMD_TYPE_BOOLEAN,
+                               CMD_TYPE_STRINGARRAY};
   Table acmdo;
   const auto Chance = [&](unsigned u) { return random() % u == 0; };
   const auto Add = [&](BOOL fMandatory, BOOL fFlag, char ch, ULONG ulGroup) {
     const ULONG ulType = fFlag ? CMD_TYPE_SHORT : aulType[random() % 4];
     const char *pszDefault = ulType != CMD_TYPE_LONG || Chance(2) ? "" : Chance(20) ? "bad" : "-7";
-    acmdo.push_back(Entry(fMandatory, fFlag, ch, ulGroup, Chance(200) ? 10 : ulType, "%ld", pszDefault));
+    acmdo.push_back(
+        Entry(fMandatory, fFlag, ch, ulGroup, Chance(200) ? 10 : ulType, "%ld", pszDefault));
   };
   if (Chance(3)) Add(1, 1, 'm', 1);
   if (Chance(3)) Add(1, 0, 0, 0);
@@ -147,8 +161,9 @@ Table RandomTable(std::mt19937 &random) { // mostly in the order that a table sh
 using CommandLine = FileTest;
 
 TEST_F(CommandLine, AgreesWithAModelOnRandomTablesAndArguments) {
-  const Texts astrPool = {"-a",  "-b",    "-cx", "-m", "-n", "-",           "5",    "-5",
-                          "yes", "TRUEx", "ONE", "no", "",   "99999999999", "a  b", std::string(90, 'q')};
+  const Texts astrPool = {
+      "-a",  "-b",    "-cx", "-m", "-n", "-",           "5",    "-5",
+      "yes", "TRUEx", "ONE", "no", "",   "99999999999", "a  b", std::string(90, 'q')};
   std::mt19937 random(91);
   std::map<std::string, int> seen; // codes and messages, without what they quote
   for (int i = 0; i < 50000; i++) {
@@ -159,7 +174,8 @@ TEST_F(CommandLine, AgreesWithAModelOnRandomTablesAndArguments) {
     std::string strResult = Parse(acmdo, astrArg);
     ASSERT_EQ(strResult, model.Run()) << testing::PrintToString(astrArg);
     for (size_t n = 0; strResult != Result(CMD_BAD_TABLE) && n < acmdo.size(); n++)
-      ASSERT_EQ(TakeValue(acmdo[n]), model.astrValue[n]) << testing::PrintToString(astrArg) << " value " << n;
+      ASSERT_EQ(TakeValue(acmdo[n]), model.astrValue[n])
+          << testing::PrintToString(astrArg) << " value " << n;
     if (strResult.find(' ') + 1 < strResult.size()) strResult.erase(0, strResult.find(' '));
     seen[strResult.substr(0, strResult.find_first_of(":."))]++;
   }
@@ -168,15 +184,18 @@ TEST_F(CommandLine, AgreesWithAModelOnRandomTablesAndArguments) {
 }
 
 TEST_F(CommandLine, AnswersRequestsForHelpWithoutTouchingTheTable) {
-  Table acmdo = {Entry(1, 0, 0, 0, 99), Entry(0, 1, 'o', 0, 0), Entry(0, 0, 'o', 0, 0), Entry(0, 0, 'o', 0, 0),
-                 Entry(0, 0, 0, 0, 0),  Entry(0, 1, 'P', 0, 0), Entry(0, 0, 'P', 0, 0), Entry(0, 1, 0, 0, 0)};
+  Table acmdo = {Entry(1, 0, 0, 0, 99),  Entry(0, 1, 'o', 0, 0), Entry(0, 0, 'o', 0, 0),
+                 Entry(0, 0, 'o', 0, 0), Entry(0, 0, 0, 0, 0),   Entry(0, 1, 'P', 0, 0),
+                 Entry(0, 0, 'P', 0, 0), Entry(0, 1, 0, 0, 0)};
   const Table acmdoBefore = acmdo;
   const auto Ask = [&](const std::string &strTopic) {
     Texts astrArg = {"-h", strTopic, "more"};
     return Parse(acmdo, astrArg);
   };
-  const std::map<std::string, size_t> topics = {{"arg1", 0}, {"-o", 1}, {"o2", 3}, {"ARG2", 4}, {"-p", 5}, {"P1", 6}};
-  for (const auto &[strTopic, n] : topics) EXPECT_EQ(Ask(strTopic), Result(acmdo[n].ulHelpKey)) << strTopic;
+  const std::map<std::string, size_t> topics = {{"arg1", 0}, {"-o", 1}, {"o2", 3},
+                                                {"ARG2", 4}, {"-p", 5}, {"P1", 6}};
+  for (const auto &[strTopic, n] : topics)
+    EXPECT_EQ(Ask(strTopic), Result(acmdo[n].ulHelpKey)) << strTopic;
   for (const char *psz : {"FULL", "", "P2", "-"}) EXPECT_EQ(Ask(psz), Result(CMD_SYNTAX)) << psz;
   EXPECT_EQ(Ask("full"), Result(CMD_FULL_HELP));
   Texts astrHelp = {"-h"}, astrOther = {"-H"};
@@ -195,21 +214,25 @@ TEST_F(CommandLine, TakesAnyVectorAndRefusesBrokenTablesAndGroups) {
   EXPECT_EQ(Parse(1, apsz, &cmdoOpen, 1), Result(CMD_BAD_TABLE));
   EXPECT_EQ(Parse(2, apsz + 1, nullptr, 0), Result(CMD_SYNTAX, "Bad parameter: 2"));
   EXPECT_EQ(Parse(3, nullptr, &cmdo, 1), Result(CMD_NO_ARGUMENTS));
-  for (const LONG lArgc : {0, -5, 3}) EXPECT_EQ(Parse(lArgc, apsz, &cmdo, 1), Result(CMD_NO_ARGUMENTS)) << lArgc;
+  for (const LONG lArgc : {0, -5, 3})
+    EXPECT_EQ(Parse(lArgc, apsz, &cmdo, 1), Result(CMD_NO_ARGUMENTS)) << lArgc;
   EXPECT_EQ(cmdo.value.lValue, 7);
   EXPECT_EQ(Parse(2, apsz + 1, &cmdo, 1), Result(CMD_PARSED));
   EXPECT_EQ(cmdo.value.lValue, 2);
-  Table acmdo = {Entry(1, 1, 'm', 1, 2), Entry(1, 0, 0, 0, 2), Entry(1, 1, 'n', 1, 2), Entry(0, 0, 0, 0, 2)};
-  Texts astrPrefix = {"-m", "x", "-n"}, astrMore = {"-m", "x", "-n", "y"}; // groups are compared after a free part
+  Table acmdo = {Entry(1, 1, 'm', 1, 2), Entry(1, 0, 0, 0, 2), Entry(1, 1, 'n', 1, 2),
+                 Entry(0, 0, 0, 0, 2)};
+  Texts astrPrefix = {"-m", "x", "-n"},
+        astrMore = {"-m", "x", "-n", "y"}; // groups are compared after a free part
   EXPECT_EQ(Parse(acmdo, astrPrefix), Result(CMD_PARSED));
-  EXPECT_EQ(Parse(acmdo, astrMore), Result(acmdo[2].ulHelpKey, "Second instance of mutually exclusive switches"));
+  EXPECT_EQ(Parse(acmdo, astrMore),
+            Result(acmdo[2].ulHelpKey, "Second instance of mutually exclusive switches"));
 }
 
 TEST_F(CommandLine, ConvertsAsSscanfWithinTheWidthOfTheTypeHoweverMuchIsStored) {
   constexpr size_t acb[] = {2, 2, 0, 4, 4, 8, 0, 1, 0, 4}; // by type
-  constexpr const char *apszConversion[] = {"%ld", "%lu", "%d",   "%u", "%hd",  "%hu",  "%hhd", "%i",
-                                            "%lx", "%3d", "%lf",  "%f", "%c",   "%1s",  "%7s",  "%s",
-                                            "%*d", "x%d", "%d%d", "%n", "%lld", "%d%%", "d",    ""};
+  constexpr const char *apszConversion[] = {
+      "%ld", "%lu", "%d",  "%u", "%hd", "%hu", "%hhd", "%i", "%lx",  "%3d",  "%lf", "%f",
+      "%c",  "%1s", "%7s", "%s", "%*d", "x%d", "%d%d", "%n", "%lld", "%d%%", "d",   ""};
   std::mt19937 random(92);
   for (int i = 0; i < 100000; i++) {
     Texts astrArg(1, std::string(random() % (i % 2 ? 5 : 13), ' '));
@@ -219,19 +242,23 @@ TEST_F(CommandLine, ConvertsAsSscanfWithinTheWidthOfTheTypeHoweverMuchIsStored) 
     Table acmdo = {Entry(1, 0, 0, 0, ulType, apszConversion[random() % std::size(apszConversion)])};
     char achExpected[64] = {}, achSecond[64], achBefore[8], achAfter[8];
     std::memcpy(achBefore, &acmdo[0].value, 8);
-    const bool fConverts = std::sscanf(astrArg[0].c_str(), acmdo[0].szConversion, achExpected, achSecond) == 1;
-    ASSERT_EQ(Parse(acmdo, astrArg) == Result(0), fConverts) << acmdo[0].szConversion << " on " << astrArg[0];
+    const bool fConverts =
+        std::sscanf(astrArg[0].c_str(), acmdo[0].szConversion, achExpected, achSecond) == 1;
+    ASSERT_EQ(Parse(acmdo, astrArg) == Result(0), fConverts)
+        << acmdo[0].szConversion << " on " << astrArg[0];
     if (!fConverts) continue;
     std::memcpy(achBefore, achExpected, acb[ulType]);
     std::memcpy(achAfter, &acmdo[0].value, 8);
-    EXPECT_EQ(std::memcmp(achAfter, achBefore, 8), 0) << acmdo[0].szConversion << " on " << astrArg[0];
+    EXPECT_EQ(std::memcmp(achAfter, achBefore, 8), 0)
+        << acmdo[0].szConversion << " on " << astrArg[0];
   }
   for (const std::string strConversion : {"%s", "%ls", "%99c", "%[z]", "%ms", "%5ms", "%2$s"}) {
     Table acmdo = {Entry(1, 0, 0, 0, CMD_TYPE_CHARACTER, strConversion.c_str())};
     Texts astrArg = {std::string(100000, 'z')};
     const bool fConverts = strConversion.find_first_of("m$") == std::string::npos;
     EXPECT_EQ(Parse(acmdo, astrArg) == Result(0), fConverts) << strConversion;
-    EXPECT_TRUE(!fConverts || strConversion == "%ls" || acmdo[0].value.chValue == 'z') << strConversion;
+    EXPECT_TRUE(!fConverts || strConversion == "%ls" || acmdo[0].value.chValue == 'z')
+        << strConversion;
   }
 }
 
@@ -248,23 +275,27 @@ void TypeKeys(const std::string &strKeys) { // standard input from now on
 }
 
 TEST_F(CommandLine, PrintsUsageAndEntries) {
-  Table acmdo = {Entry(1, 0, 0, 0, CMD_TYPE_STRING, "", "", "input file"), Entry(0, 0, 0, 0, CMD_TYPE_DOUBLE)};
+  Table acmdo = {Entry(1, 0, 0, 0, CMD_TYPE_STRING, "", "", "input file"),
+                 Entry(0, 0, 0, 0, CMD_TYPE_DOUBLE)};
   for (const char ch : {'v', 'a', 'b', 'c', 'd'})
     acmdo.push_back(Entry(ch >= 'c' && ch <= 'd', 1, ch, ch == 'v' ? 0 : ch < 'c' ? 1 : 2, 0));
   acmdo.push_back(Entry(0, 1, 'o', 0, 0, "", "", "a name of exactly 29 charact."));
   acmdo.push_back(Entry(0, 0, 'o', 0, CMD_TYPE_SHORT, "", "", "count"));
   acmdo.push_back(Entry(1, 0, 'o', 0, 77));
-  acmdo.push_back(Entry(0, 0, 'p', 0, 0));                                       // behind a switch of another character
-  acmdo.push_back(Entry(0, 1, 0, 0, 0));                                         // a switch without a character
-  acmdo.push_back(Entry(0, 0, 'z', 0, 0));                                       // so this stands apart from a switch
+  acmdo.push_back(Entry(0, 0, 'p', 0, 0)); // behind a switch of another character
+  acmdo.push_back(Entry(0, 1, 0, 0, 0));   // a switch without a character
+  acmdo.push_back(Entry(0, 0, 'z', 0, 0)); // so this stands apart from a switch
   for (const char ch : {'\0', 'y', 'z'}) acmdo.push_back(Entry(0, 0, ch, 0, 9)); // and so do these
   const std::string strClosing =
       "\nType \"-h\" for syntax, \"-h full\" for full help, or \"-h argid\" for topical help.\n";
-  EXPECT_EQ(Printed([&](FILE *pf) { CmdDisplaySyntax(pf, acmdo.data(), acmdo.size(), "/usr/bin/tool.bin"); }),
+  EXPECT_EQ(Printed([&](FILE *pf) {
+              CmdDisplaySyntax(pf, acmdo.data(), acmdo.size(), "/usr/bin/tool.bin");
+            }),
             "tool Arg1 [Arg2] [-v] [-a | -b] -c | -d [-o o1 o2 o3] [ z1] [Arg3] [ y1] \n"
             "    Arg1 - input file required argument (string)\n"
             "    Arg2 - name optional argument (floating point)\n"
-            "    -v   - name optional switch\n    -a   - name optional switch\n    -b   - name optional switch\n"
+            "    -v   - name optional switch\n    -a   - name optional switch\n    -b   - name "
+            "optional switch\n"
             "    -c   - name required switch\n    -d   - name required switch\n"
             "    -o   - a name of exactly 29 charact. optional switch\n"
             "     o1  -   count optional switch argument (integer)\n"
@@ -273,14 +304,18 @@ TEST_F(CommandLine, PrintsUsageAndEntries) {
             "    Arg3 - name optional argument (floating point)\n" +
                 strClosing);
   const Table acmdoMany(1000, Entry(1, 0, 0, 0, CMD_TYPE_STRING));
-  const std::string strMany = Printed([&](FILE *pf) { CmdDisplaySyntax(pf, acmdoMany.data(), 1000, "prog"); });
+  const std::string strMany =
+      Printed([&](FILE *pf) { CmdDisplaySyntax(pf, acmdoMany.data(), 1000, "prog"); });
   EXPECT_NE(strMany.find("\n    Arg1000- name required argument (string)\n"), std::string::npos);
-  EXPECT_EQ(Printed([](FILE *pf) { CmdDisplaySyntax(pf, nullptr, 0, nullptr); }), " \n" + strClosing);
+  EXPECT_EQ(Printed([](FILE *pf) { CmdDisplaySyntax(pf, nullptr, 0, nullptr); }),
+            " \n" + strClosing);
 }
 
 TEST_F(CommandLine, PausesBetweenPagesOfHelp) {
-  const std::string strPause = "\n      ----<press any key to continue>-----\r" + std::string(42, ' ') + "\r";
-  const CMDHELP acmdhelp[] = {{201, "\none\n"}, {202, "\ntwo\n2\n"}, {203, "three\n"}, {204, nullptr}, {0, "never\n"}};
+  const std::string strPause =
+      "\n      ----<press any key to continue>-----\r" + std::string(42, ' ') + "\r";
+  const CMDHELP acmdhelp[] = {
+      {201, "\none\n"}, {202, "\ntwo\n2\n"}, {203, "three\n"}, {204, nullptr}, {0, "never\n"}};
   const std::map<ULONG, std::string> pages = {
       {0, "\none\n\ntwo\n2\nthree\n"},
       {1, strPause + "one\n" + strPause + "two\n2\n" + strPause + "three\n" + strPause},
@@ -288,8 +323,12 @@ TEST_F(CommandLine, PausesBetweenPagesOfHelp) {
       {6, "\none\n" + strPause + "two\n2\nthree\n"},
       {7, "\none\n\ntwo\n2\n" + strPause + "three\n"}};
   for (const auto &[ulLines, strPages] : pages) {
-    TypeKeys(std::string("\0xyz", 4)); // the first key takes two characters; in the end the keys run out
-    EXPECT_EQ(Printed([&, ul = ulLines](FILE *pf) { EXPECT_EQ(CmdDisplayFullHelp(pf, acmdhelp, ul), 0u); }), strPages);
+    TypeKeys(
+        std::string("\0xyz", 4)); // the first key takes two characters; in the end the keys run out
+    EXPECT_EQ(Printed([&, ul = ulLines](FILE *pf) {
+                EXPECT_EQ(CmdDisplayFullHelp(pf, acmdhelp, ul), 0u);
+              }),
+              strPages);
     const auto cPauses = std::count(strPages.begin(), strPages.end(), '<');
     EXPECT_EQ(std::getchar(), cPauses == 0 ? '\0' : cPauses < 3 ? "xyz"[cPauses] : EOF) << ulLines;
   }
@@ -298,8 +337,10 @@ TEST_F(CommandLine, PausesBetweenPagesOfHelp) {
 TEST_F(CommandLine, DumpsEveryFieldAndEndsTheProcess) {
   TypeKeys("k");
   const Texts astrLabel = Split(
-      "\nCMDLINE STRUCTURE ~  Argument Name     ~  Mandatory Flag    ~  Argument Flag     ~  Switch ID         ~"
-      "  Case Flag         ~  Exclusive Group   ~  Help Key          ~  Type Code         ~  Conversion String ~"
+      "\nCMDLINE STRUCTURE ~  Argument Name     ~  Mandatory Flag    ~  Argument Flag     ~  "
+      "Switch ID         ~"
+      "  Case Flag         ~  Exclusive Group   ~  Help Key          ~  Type Code         ~  "
+      "Conversion String ~"
       "  Default Value     ~  Assigned Value    ");
   Table acmdo;
   std::string strExpected;
@@ -311,25 +352,30 @@ TEST_F(CommandLine, DumpsEveryFieldAndEndsTheProcess) {
   };
   // By type code: name, conversion, argument, and the value as it is shown. The array takes what is left.
   const Texts astr = Split(
-      "SHORT~%hd~-5~-5~USHORT~%hu~65535~65535~BOOLEAN~~on~1~LONG~%ld~-2000000000~-2000000000~ULONG~%lu~4000000000~"
-      "4000000000~DOUBLE~%lf~1.5~1.500000~STRING~~text~text~CHARACTER~%c~z~z~FLOAT~%f~-0.25~-0.250000~"
+      "SHORT~%hd~-5~-5~USHORT~%hu~65535~65535~BOOLEAN~~on~1~LONG~%ld~-2000000000~-2000000000~ULONG~"
+      "%lu~4000000000~"
+      "4000000000~DOUBLE~%lf~1.5~1.500000~STRING~~text~text~CHARACTER~%c~z~z~FLOAT~%f~-0.25~-0."
+      "250000~"
       "STRINGARRAY~~e1~e1\n                    e2");
   Texts astrArg;
   for (size_t n = 0; n < astr.size(); n += 4) {
     astrArg.push_back(astr[n + 2]);
     Add(Entry(1, 0, 0, 0, n < 32 ? n / 4 : 17 - n / 4, astr[n + 1].c_str()), 205,
-        "  CommandLine Argument~name~REQ'D~ARG~ ~NOCASE~0~HLP+5~" + astr[n] + "~\"" + astr[n + 1] + "\"~~" +
-            astr[n + 3]);
+        "  CommandLine Argument~name~REQ'D~ARG~ ~NOCASE~0~HLP+5~" + astr[n] + "~\"" + astr[n + 1] +
+            "\"~~" + astr[n + 3]);
   }
   astrArg.push_back("e2");
   ASSERT_EQ(Parse(acmdo, astrArg), Result(0));
   CMDOPTION cmdoGiven = Entry(0, 1, 'V', 4000000000, CMD_TYPE_STRING, "%s", "none");
   cmdoGiven.fCase = cmdoGiven.value.ulValue = 1;
-  Add(cmdoGiven, 199, "  Switch ~name~CMD'L~FLAG~V~CASE~4000000000~HLP+4294967295~STRING~\"%s\"~none~1");
+  Add(cmdoGiven, 199,
+      "  Switch ~name~CMD'L~FLAG~V~CASE~4000000000~HLP+4294967295~STRING~\"%s\"~none~1");
   Add(Entry(0, 0, 'V', 0, 10, "abcd"), HLP,
-      "  Switch Argument~name~CMD'L~ARG~V~NOCASE~0~HLP+0~UNKNOWN~\"abcd\"~~Error! Unrecognized type");
+      "  Switch Argument~name~CMD'L~ARG~V~NOCASE~0~HLP+0~UNKNOWN~\"abcd\"~~Error! Unrecognized "
+      "type");
   const auto Dump = [&](FILE *pf) {
-    EXPECT_EXIT(CmdDisplayOptionStruct(pf, acmdo.data(), acmdo.size()), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(CmdDisplayOptionStruct(pf, acmdo.data(), acmdo.size()), testing::ExitedWithCode(0),
+                "");
   };
   EXPECT_EQ(Printed(Dump), strExpected);
   MemFreeMem_(acmdo[9].value.apszValue);

@@ -12,7 +12,8 @@ class Descriptions : public FileTest {};
 std::string Show(const FDSC &fdsc);
 std::string Show(const EDSC &edsc) {
   std::string str;
-  for (ULONG ul = 0; ul < edsc.ulCount; ul++) str += edsc.apszName[ul] + std::to_string(edsc.alValue[ul]) + ' ';
+  for (ULONG ul = 0; ul < edsc.ulCount; ul++)
+    str += edsc.apszName[ul] + std::to_string(edsc.alValue[ul]) + ' ';
   return str;
 }
 std::string Show(const SDSC &sdsc) {
@@ -22,22 +23,27 @@ std::string Show(const SDSC &sdsc) {
 }
 std::string ShowNested(const FDSC &fdsc) {
   if (!fdsc.pvDesc) return "";
-  if (fdsc.ulType == FT_ENUM16 || fdsc.ulType == FT_ENUM32) return Show(*static_cast<EDSC *>(fdsc.pvDesc));
+  if (fdsc.ulType == FT_ENUM16 || fdsc.ulType == FT_ENUM32)
+    return Show(*static_cast<EDSC *>(fdsc.pvDesc));
   if (fdsc.ulType == FT_VALUELIST) return Show(ItemOf(fdsc));
   return fdsc.ulType == FT_STRUCTPTR && fdsc.flFlags ? "itself" : Show(StructureOf(fdsc));
 }
 std::string Show(const FDSC &fdsc) {
   std::ostringstream str;
-  str << (fdsc.pszName ? fdsc.pszName : "-") << ' ' << fdsc.ulTag << ' ' << fdsc.flFlags << ' ' << fdsc.ulType << ' '
-      << fdsc.ulCount << ' ' << (fdsc.pszFormat ? fdsc.pszFormat : "-") << ' ' << ShowNested(fdsc) << '\n';
+  str << (fdsc.pszName ? fdsc.pszName : "-") << ' ' << fdsc.ulTag << ' ' << fdsc.flFlags << ' '
+      << fdsc.ulType << ' ' << fdsc.ulCount << ' ' << (fdsc.pszFormat ? fdsc.pszFormat : "-") << ' '
+      << ShowNested(fdsc) << '\n';
   return str.str();
 }
 
 TEST_F(Descriptions, AreThoseThatAProgramWouldWrite) {
-  const EDSC edsc = {2, {"Small", "Big"}, {1, 65535}}, edscHues = {3, {"Red", "Blue", "All"}, {-1, 70000, -2}};
-  const SDSC sdscParts = Describe({Field("Town", FT_FIXEDSTRING, 3), Field("Rack", FT_FIXEDSTRING, 4)});
+  const EDSC edsc = {2, {"Small", "Big"}, {1, 65535}},
+             edscHues = {3, {"Red", "Blue", "All"}, {-1, 70000, -2}};
+  const SDSC sdscParts =
+      Describe({Field("Town", FT_FIXEDSTRING, 3), Field("Rack", FT_FIXEDSTRING, 4)});
   const SDSC sdscWay = Describe({Field("Target", FT_STRING, 9), Field("Hops", FT_USHORT)});
-  const FDSC fdsc = {0, "Number", 0, FT_DOUBLE, 1, "%lg", nullptr}, fdscText = Field("Word", FT_STRING, 12);
+  const FDSC fdsc = {0, "Number", 0, FT_DOUBLE, 1, "%lg", nullptr},
+             fdscText = Field("Word", FT_STRING, 12);
   const SDSC sdsc = Describe({Field("Bool16", FT_BOOL16, 2),
                               Field("Bool32", FT_BOOL32),
                               Field("Byte", FT_BYTE, 3),

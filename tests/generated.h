@@ -24,7 +24,8 @@ class Generated : public FileTest {
     for (ULONG ul = Random(9); ul > 0; ul--) Add(sdsc, Key(3));
     if (Random(2)) Add(sdsc, Named(FT_VALUELIST, 1, &elements_.emplace_back(Key(1))));
     for (ULONG ul = iDepth > 0 ? Random(4) : 0; ul > 0; ul--) {
-      const ULONG ulType = std::to_array<ULONG>({FT_STRUCT, FT_STRUCT, FT_STRUCTLIST, FT_STRUCTPTR})[Random(4)];
+      const ULONG ulType =
+          std::to_array<ULONG>({FT_STRUCT, FT_STRUCT, FT_STRUCTLIST, FT_STRUCTPTR})[Random(4)];
       Add(sdsc, Named(ulType, ulType == FT_STRUCT ? 1 + Random(3) : 1, Structure(iDepth - 1)));
     }
     return &sdsc;
@@ -58,10 +59,13 @@ class Generated : public FileTest {
 
   void PutField(std::string &str, const FDSC &fdsc, const std::string &strTitle) {
     const bool fList = fdsc.ulType == FT_STRUCTLIST || fdsc.ulType == FT_VALUELIST;
-    const ULONG ulElements = fList ? Random(5) : fdsc.ulType == FT_STRUCTPTR ? Random(2) : Elements(fdsc);
+    const ULONG ulElements = fList                         ? Random(5)
+                             : fdsc.ulType == FT_STRUCTPTR ? Random(2)
+                                                           : Elements(fdsc);
     const FDSC &fdscValue = fdsc.ulType == FT_VALUELIST ? ItemOf(fdsc) : fdsc;
     for (ULONG ul = 1; ul <= ulElements; ul++) {
-      const std::string strName = fdscValue.pszName + (fList || ulElements > 1 ? " " + std::to_string(ul) : "");
+      const std::string strName =
+          fdscValue.pszName + (fList || ulElements > 1 ? " " + std::to_string(ul) : "");
       if (fdscValue.ulType < FT_STRUCT)
         str += "  " + strName + " = " + Value(fdscValue) + "\n";
       else
@@ -69,7 +73,8 @@ class Generated : public FileTest {
     }
   }
 
-  std::string Value(const FDSC &fdsc) { // any, as it is written; a quoted one may begin and end with blanks
+  std::string Value(
+      const FDSC &fdsc) { // any, as it is written; a quoted one may begin and end with blanks
     static const char *const apszValues[] = {"TRUE~FALSE",
                                              "TRUE~FALSE",
                                              "0~17~255",
@@ -91,8 +96,11 @@ class Generated : public FileTest {
     const auto astr = Split(apszValues[fdsc.ulType]);
     if (!astr.empty()) return astr[Random(astr.size())];
     const bool fFixed = fdsc.ulType == FT_FIXEDSTRING;
-    std::string str(fFixed ? fdsc.ulCount : Random(fdsc.ulType == FT_PSZ ? INI_MAX_TEXT + 1 : fdsc.ulCount), ' ');
-    for (char &ch : str) ch = "ab XY09[]=#;%.,-_\\\xE4"[Random(fFixed ? 18 : 19)]; // the last one is not printable
+    std::string str(
+        fFixed ? fdsc.ulCount : Random(fdsc.ulType == FT_PSZ ? INI_MAX_TEXT + 1 : fdsc.ulCount),
+        ' ');
+    for (char &ch : str)
+      ch = "ab XY09[]=#;%.,-_\\\xE4"[Random(fFixed ? 18 : 19)]; // the last one is not printable
     return '"' + str + '"';
   }
 

@@ -16,11 +16,13 @@ using Ini = std::unique_ptr<INIFILE, decltype([](INIFILE *pini) { IniClose(pini)
 // Reading in plain steps. The position after an entry, or 0.
 ULONG Find(const INIFILE *pini, ULONG flTitle, const std::string &strName, ULONG ul) {
   for (; ul < pini->ulEntries && (flTitle || !pini->aentry[ul].flTitle); ul++)
-    if (pini->aentry[ul].flTitle == flTitle && !strcasecmp(pini->aentry[ul].pszName, strName.c_str())) return ul + 1;
+    if (pini->aentry[ul].flTitle == flTitle &&
+        !strcasecmp(pini->aentry[ul].pszName, strName.c_str()))
+      return ul + 1;
   return 0;
 }
-ULONG Read(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::string &strSection, ULONG ulStart,
-           ULONG ulNumber);
+ULONG Read(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::string &strSection,
+           ULONG ulStart, ULONG ulNumber);
 ULONG ReadStruct(const INIFILE *pini, const SDSC &sdsc, void *pv, const std::string &strName) {
   const ULONG ulStart = Find(pini, 1, strName, 0);
   ULONG ulResult = !ulStart;
@@ -28,19 +30,24 @@ ULONG ReadStruct(const INIFILE *pini, const SDSC &sdsc, void *pv, const std::str
     const FDSC &fdsc = sdsc.afdsc[ul % sdsc.ulFields];
     auto *pb = static_cast<BYTE *>(pv);
     for (const FDSC *pfdsc = sdsc.afdsc; pfdsc != &fdsc; pfdsc++) pb += Extent(*pfdsc);
-    if ((fdsc.ulType >= FT_STRUCT) == (ul >= sdsc.ulFields)) ulResult = Read(pini, fdsc, pb, strName, ulStart, 0);
+    if ((fdsc.ulType >= FT_STRUCT) == (ul >= sdsc.ulFields))
+      ulResult = Read(pini, fdsc, pb, strName, ulStart, 0);
   }
   return ulResult;
 }
-void ReadReference(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::string &strName, ULONG ulStart) {
+void ReadReference(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::string &strName,
+                   ULONG ulStart) {
   LIST *plst = nullptr;
   const bool fValues = fdsc.ulType == FT_VALUELIST;
-  const bool fArray = fValues && Elements(ItemOf(fdsc)) > 1, fText = fValues && ItemOf(fdsc).ulType == FT_PSZ;
-  if (fValues &&
-      (ItemOf(fdsc).ulType > FT_INTERVAL || ItemOf(fdsc).flFlags || !ItemOf(fdsc).ulCount || (fArray && fText)))
+  const bool fArray = fValues && Elements(ItemOf(fdsc)) > 1,
+             fText = fValues && ItemOf(fdsc).ulType == FT_PSZ;
+  if (fValues && (ItemOf(fdsc).ulType > FT_INTERVAL || ItemOf(fdsc).flFlags ||
+                  !ItemOf(fdsc).ulCount || (fArray && fText)))
     return;
   for (ULONG ul = 1; ul == 1 || (plst && !fArray); ul++) {
-    void *pvNew = MemAllocMem_(fValues ? Extent(ItemOf(fdsc)) : StructureOf(fdsc).ulSize, 0, nullptr), *pvBlock = pvNew;
+    void *pvNew =
+             MemAllocMem_(fValues ? Extent(ItemOf(fdsc)) : StructureOf(fdsc).ulSize, 0, nullptr),
+         *pvBlock = pvNew;
     if (fValues ? Read(pini, ItemOf(fdsc), pvNew, "", ulStart, ul)
                 : ReadStruct(pini, StructureOf(fdsc), pvNew,
                              strName + (fdsc.ulType == FT_STRUCTLIST ? std::to_string(ul) : ""))) {
@@ -54,18 +61,21 @@ void ReadReference(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::s
     std::memcpy(pv, &plst, sizeof plst);
   }
 }
-ULONG Read(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::string &strSection, ULONG ulStart,
-           ULONG ulNumber) {
+ULONG Read(const INIFILE *pini, const FDSC &fdsc, void *pv, const std::string &strSection,
+           ULONG ulStart, ULONG ulNumber) {
   auto *pb = static_cast<BYTE *>(pv);
   if (fdsc.flFlags & FDSC_NOINI) return 0;
-  if (fdsc.ulType > FT_STRUCT) return ReadReference(pini, fdsc, pv, strSection + fdsc.pszName, ulStart), 0;
+  if (fdsc.ulType > FT_STRUCT)
+    return ReadReference(pini, fdsc, pv, strSection + fdsc.pszName, ulStart), 0;
   for (ULONG ul = 0; ul < Elements(fdsc); ul++, pb += ElementSize(fdsc)) {
     if (Elements(fdsc) > 1) ulNumber = ul + 1;
     const std::string strName = fdsc.pszName + (ulNumber ? std::to_string(ulNumber) : "");
-    if (fdsc.ulType == FT_STRUCT && ReadStruct(pini, StructureOf(fdsc), pb, strSection + strName)) return 1;
+    if (fdsc.ulType == FT_STRUCT && ReadStruct(pini, StructureOf(fdsc), pb, strSection + strName))
+      return 1;
     const ULONG ulKey = Find(pini, 0, strName, ulStart);
     if (fdsc.ulType < FT_STRUCT && !ulKey) return 1;
-    if (fdsc.ulType < FT_STRUCT) IniConvertFromString(&pb, pini->aentry[ulKey - 1].pszValue, &fdsc, nullptr);
+    if (fdsc.ulType < FT_STRUCT)
+      IniConvertFromString(&pb, pini->aentry[ulKey - 1].pszValue, &fdsc, nullptr);
   }
   return 0;
 }
@@ -88,9 +98,10 @@ class IniFiles : public FileTest {
   // An entry as a file may have it, and as TextOf gives it.
   void AddEntry(std::string &strFile, std::string &strText) {
     const bool fTitle = Random(3) == 0;
-    const std::string strName = (fTitle ? "" : "a") + Some({"A", "b", "1"}, 3), strValue = std::to_string(Random(100));
-    const std::string astrForm[] = {strValue + "\n", "\n" + strValue + "\r\n", "\"" + strValue + "\"",
-                                    "\"\" \"" + strValue + "\n\"\n\t\"\" "};
+    const std::string strName = (fTitle ? "" : "a") + Some({"A", "b", "1"}, 3),
+                      strValue = std::to_string(Random(100));
+    const std::string astrForm[] = {strValue + "\n", "\n" + strValue + "\r\n",
+                                    "\"" + strValue + "\"", "\"\" \"" + strValue + "\n\"\n\t\"\" "};
     strText += fTitle ? "[" + strName + "]" : strName + "=" + strValue + ";";
     strFile += std::string(fTitle ? "[ " : "") + strName;
     strFile.insert(strFile.size() - Random(strName.size() + 1), Random(2) ? "\n" : "");
@@ -98,13 +109,13 @@ class IniFiles : public FileTest {
   }
   FDSC RandomField(ULONG ulDepth) { // with structures up to a depth
     static const SDSC sdscEmpty = {};
-    FDSC fdsc = Field(Random(2) ? "A" : "AB", Random(2) ? FT_PSZ : Random(FT_INTERVAL + 1), Random(3) + 1, &sdscEmpty,
-                      Random(8) ? 0 : FDSC_NOINI);
+    FDSC fdsc = Field(Random(2) ? "A" : "AB", Random(2) ? FT_PSZ : Random(FT_INTERVAL + 1),
+                      Random(3) + 1, &sdscEmpty, Random(8) ? 0 : FDSC_NOINI);
     if (ulDepth && Random(2)) fdsc.ulType = FT_STRUCT + Random(4);
     if (fdsc.ulType > FT_STRUCT) fdsc.ulCount = 1;
     if (fdsc.ulType == FT_VALUELIST)
-      fdsc.pvDesc =
-          &afdsc_.emplace_back(Field("A", Random(FT_TYPES), Random(4), &sdscEmpty, Random(8) ? 0 : FDSC_NOINI));
+      fdsc.pvDesc = &afdsc_.emplace_back(
+          Field("A", Random(FT_TYPES), Random(4), &sdscEmpty, Random(8) ? 0 : FDSC_NOINI));
     if (fdsc.ulType < FT_STRUCT || fdsc.ulType == FT_VALUELIST) return fdsc;
     SDSC sdsc = {};
     for (ULONG ul = Random(4); ul > 0; ul--) Add(sdsc, RandomField(ulDepth - 1));
@@ -130,10 +141,12 @@ TEST_F(IniFiles, AreReadAsInPlainSteps) {
       std::vector<BYTE> ab(Extent(fdsc) + 1), abPlain = ab; // data at odd addresses
       TakeApart(fdsc, &ab[1]), TakeApart(fdsc, &abPlain[1]);
       ASSERT_EQ(IniRead(ini.get(), &ab[1], &fdsc), Read(ini.get(), fdsc, &abPlain[1], "", 0, 0));
-      ASSERT_EQ(TakeApart(fdsc, &ab[1]), TakeApart(fdsc, &abPlain[1])) << fdsc.pszName << " of type " << fdsc.ulType;
+      ASSERT_EQ(TakeApart(fdsc, &ab[1]), TakeApart(fdsc, &abPlain[1]))
+          << fdsc.pszName << " of type " << fdsc.ulType;
       const ULONG ulBlocks = Blocks();
       IniRead(ini.get(), &ab[1], &fdsc), IniFreeData(&ab[1], &fdsc);
-      ASSERT_EQ(Blocks(), ulBlocks) << "all is freed of " << fdsc.pszName << " of type " << fdsc.ulType;
+      ASSERT_EQ(Blocks(), ulBlocks)
+          << "all is freed of " << fdsc.pszName << " of type " << fdsc.ulType;
       TakeApart(fdsc, &ab[1]);
     }
     asdsc_.clear();
@@ -142,15 +155,18 @@ TEST_F(IniFiles, AreReadAsInPlainSteps) {
 
 TEST_F(IniFiles, AreOpenedOnlyInTheirFormat) {
   const auto astrGood = Split( // files after their first word, and their entries
-      "]~~]y = 1\n~~] y = 1\nz =2~z=2;~]\na = b  ~a=b  ;~]\nName =\n\n[ Next ]\nb = 1~Name=[ Next ];b=1;~]\na =~a=;~"
-      "]\na = \"b\n c\" \n\"d\" e = \"\"f = g\"~a=bcd;e=;f=g\";~]\n[ Config\nServer 2 ][]~[ConfigServer2][]~"
+      "]~~]y = 1\n~~] y = 1\nz =2~z=2;~]\na = b  ~a=b  ;~]\nName =\n\n[ Next ]\nb = 1~Name=[ Next "
+      "];b=1;~]\na =~a=;~"
+      "]\na = \"b\n c\" \n\"d\" e = \"\"f = g\"~a=bcd;e=;f=g\";~]\n[ Config\nServer 2 "
+      "][]~[ConfigServer2][]~"
       "]\n= = 5~==5;~]\na = = 5~a== 5;~]\na b=c = d~ab=c=d;~");
   for (std::size_t i = 0; i + 1 < astrGood.size(); i += 2) {
     EXPECT_EQ(TextOf(Open("[x" + astrGood[i])), astrGood[i + 1]) << astrGood[i];
     EXPECT_EQ(TextOf(Open("\n [ " + astrGood[i])), astrGood[i + 1]) << astrGood[i];
   }
   for (const std::string &str :
-       Split("~ b]~_file.ini]~]\nPort=80~]\na~]\na b~]\na b c = 1~]\n[ Server-Route ]~]\n[ -a ]~]\n[a~]\n[~"
+       Split("~ b]~_file.ini]~]\nPort=80~]\na~]\na b~]\na b c = 1~]\n[ Server-Route ]~]\n[ -a "
+             "]~]\n[a~]\n[~"
              "]\na = \"b~]\na = \"b\" \"c~]\na-b = 1~]\n]~]\n; c\n~]\na -= 1~]\na = 1\nb"))
     EXPECT_FALSE(Open("[x" + str)) << str;
   EXPECT_TRUE(!Open("x]") && !Open(""));
@@ -178,7 +194,8 @@ TEST_F(IniFiles, AreOpenedWithinTheLimits) {
 
 TEST_F(IniFiles, DecideOnReferences) {
   const SDSC sdsc = Describe({Field("L", FT_LONG), Field("M", FT_LONG)});
-  const FDSC fdsc = Field("P", FT_STRUCTPTR, 1, &sdsc), fdscList = Field("Q", FT_STRUCTLIST, 1, &sdsc);
+  const FDSC fdsc = Field("P", FT_STRUCTPTR, 1, &sdsc),
+             fdscList = Field("Q", FT_STRUCTLIST, 1, &sdsc);
   for (const char *psz : {"[x]\n[P]\nL = 5\nM = 6", "[x]\n[P]\nL = 5", "[x]\nL = 5\nM = 6"}) {
     void *pvOwn = MemAllocMem_(8, 0, nullptr), *pv = pvOwn;
     EXPECT_EQ(IniRead(Open(psz).get(), &pv, &fdsc), 0u);
@@ -193,18 +210,21 @@ TEST_F(IniFiles, DecideOnReferences) {
   sdscSelf.afdsc[0].pvDesc = &sdscSelf;
   void *pv = nullptr;
   EXPECT_EQ(IniRead(Open("[x]\n[]").get(), &pv, sdscSelf.afdsc), 0u);
-  EXPECT_EQ(TakeApart(sdscSelf.afdsc[0], &pv).size(), 127 * 3 + 5u) << "a structure that holds itself ends";
+  EXPECT_EQ(TakeApart(sdscSelf.afdsc[0], &pv).size(), 127 * 3 + 5u)
+      << "a structure that holds itself ends";
   auto *ppvSelf = static_cast<void **>(MemAllocMem_(sizeof(void *), 0, nullptr));
   *ppvSelf = ppvSelf;
   EXPECT_EQ(IniRead(Open("[x]").get(), ppvSelf, sdscSelf.afdsc), 0u);
-  EXPECT_TRUE(Blocks() == 1 && !*ppvSelf) << "a structure is not freed that holds the very reference";
+  EXPECT_TRUE(Blocks() == 1 && !*ppvSelf)
+      << "a structure is not freed that holds the very reference";
   MemFreeMem_(ppvSelf);
 }
 
 TEST_F(IniFiles, AreForgottenWhole) {
   const FDSC fdscText = Field("T", FT_PSZ);
-  SDSC sdsc = Describe({Field("N", FT_PSZ, 1, nullptr, FDSC_NOINI), Field("T", FT_PSZ, 2), Field("P", FT_STRUCTPTR, 2),
-                        Field("Q", FT_STRUCTLIST), Field("V", FT_VALUELIST, 1, &fdscText)});
+  SDSC sdsc = Describe({Field("N", FT_PSZ, 1, nullptr, FDSC_NOINI), Field("T", FT_PSZ, 2),
+                        Field("P", FT_STRUCTPTR, 2), Field("Q", FT_STRUCTLIST),
+                        Field("V", FT_VALUELIST, 1, &fdscText)});
   sdsc.afdsc[2].pvDesc = sdsc.afdsc[3].pvDesc = &sdsc;
   const FDSC fdsc = Field("S", FT_STRUCT, 1, &sdsc);
   struct RECORD {
@@ -229,12 +249,15 @@ TEST_F(IniFiles, AreForgottenWhole) {
 }
 
 const std::string strWhole =
-    "[x]\n[S]\nL = 1\nT = a\nT1 = x\nT2 = y\nV 1 = g\nV2 = h\n[SI1]\nL = 2\nT = \"b\" \"c\"\n[SI2]\nL = 3\nT = "
+    "[x]\n[S]\nL = 1\nT = a\nT1 = x\nT2 = y\nV 1 = g\nV2 = h\n[SI1]\nL = 2\nT = \"b\" "
+    "\"c\"\n[SI2]\nL = 3\nT = "
     "d\n[SP]\nL = 4\nT = e\n";
 const SDSC sdscInner = Describe({Field("L", FT_BYTE), Field("T", FT_PSZ)});
 const FDSC fdscText = Field("V", FT_PSZ), fdscList = Field("I", FT_STRUCTLIST, 1, &sdscInner);
-const FDSC fdscValues = Field("V", FT_VALUELIST, 1, &fdscText), fdscPointer = Field("P", FT_STRUCTPTR, 1, &sdscInner);
-const SDSC sdscWhole = Describe({fdscList, fdscValues, fdscPointer, Field("T", FT_PSZ), Field("L", FT_BYTE)});
+const FDSC fdscValues = Field("V", FT_VALUELIST, 1, &fdscText),
+           fdscPointer = Field("P", FT_STRUCTPTR, 1, &sdscInner);
+const SDSC sdscWhole =
+    Describe({fdscList, fdscValues, fdscPointer, Field("T", FT_PSZ), Field("L", FT_BYTE)});
 const FDSC fdscWhole = Field("S", FT_STRUCT, 1, &sdscWhole);
 
 TEST_F(IniFiles, SurviveDamage) {
@@ -244,8 +267,9 @@ TEST_F(IniFiles, SurviveDamage) {
     for (ULONG ul = i % 4 ? Random(4) : 100; ul > 0; ul--) {
       const ULONG ulAt = Random(str.size() + 1);
       if (i % 4 && Random(2)) str.erase(ulAt, Random(9));
-      str.insert(std::min<std::size_t>(ulAt, str.size()), Random(2) ? std::string(1, static_cast<char>(Random(256)))
-                                                                    : Some({"[", "]", "=", "\"", "\n", " "}, 2));
+      str.insert(std::min<std::size_t>(ulAt, str.size()),
+                 Random(2) ? std::string(1, static_cast<char>(Random(256)))
+                           : Some({"[", "]", "=", "\"", "\n", " "}, 2));
     }
     BYTE ab[17] = {};
     const Ini ini = Open(str);
@@ -273,6 +297,7 @@ TEST_F(IniFiles, NeedMemoryAndLeakNone) {
     fail.reset();
     cRead += TakeApart(fdscWhole, ab) == strRead;
   }
-  EXPECT_TRUE(cOpened > 0 && cOpened < 30 && cRead > 0 && cRead < 40) << cOpened << " and " << cRead;
+  EXPECT_TRUE(cOpened > 0 && cOpened < 30 && cRead > 0 && cRead < 40)
+      << cOpened << " and " << cRead;
 }
 } // namespace

@@ -41,7 +41,8 @@ TEST_F(IniChecked, TellsWhyAFileIsRefused) {
       {"[ my file ]\n", INI_ERROR_HEADER, 1, "input:1: a header is one word and a ']'"},
       {"[" + strLong + "]", INI_ERROR_LENGTH, 1, "input:1: a header of more than 127 characters"},
       {"\xEF\xBB\xBF[ x ]\n", INI_ERROR_MARK, 1, "input:1: a byte-order mark before the header"},
-      {"\xFF\xFE[\0 x ]\n", INI_ERROR_MARK, 1, "input:1: a byte-order mark of UTF-16, which cannot be read"},
+      {"\xFF\xFE[\0 x ]\n", INI_ERROR_MARK, 1,
+       "input:1: a byte-order mark of UTF-16, which cannot be read"},
       {"[x]\nPort=80\nB = 2 3\n\n4\nC D = 1\n", INI_ERROR_KEY, 5, "input:5: no '=' behind '4'"},
       {"[x]\nA = 1\n\nPort=80\n[T]\n", INI_ERROR_KEY, 4, "input:4: '=' needs a blank before it"},
       {"[x]\nPort 2=80\n", INI_ERROR_KEY, 2, "input:2: '=' needs a blank before it"},
@@ -52,36 +53,43 @@ TEST_F(IniChecked, TellsWhyAFileIsRefused) {
       {"[x]\n] = 1\n", INI_ERROR_KEY, 2, "input:2: no key begins with ']'"},
       {"[x]\n\tb\x01\n\n", INI_ERROR_KEY, 2, "input:2: no '=' behind 'b?'"},
       {"[x]\n[ Server\nA = 1\n", INI_ERROR_TITLE, 2, "input:2: the title is not closed by a ']'"},
-      {"[x]\n[ Server\n" + strLong, INI_ERROR_TITLE, 2, "input:2: the title is not closed by a ']'"},
+      {"[x]\n[ Server\n" + strLong, INI_ERROR_TITLE, 2,
+       "input:2: the title is not closed by a ']'"},
       {"[x]\n[ a - b ]\n", INI_ERROR_TITLE, 2, "input:2: a title cannot hold '-'"},
       {"[x]\n[ 1 " + strLong, INI_ERROR_LENGTH, 2, "input:2: a title of more than 127 characters"},
       {"[x]\n" + strLong, INI_ERROR_LENGTH, 2, "input:2: a name of more than 127 characters"},
-      {"[x]\nA = " + strLong, INI_ERROR_LENGTH, 2, "input:2: a value of more than 127 characters, or without an end"},
-      {"[x]\nA = \"b\"\n\n\"c\nB = 1\n", INI_ERROR_QUOTE, 4, "input:4: a quoted text is not closed"},
+      {"[x]\nA = " + strLong, INI_ERROR_LENGTH, 2,
+       "input:2: a value of more than 127 characters, or without an end"},
+      {"[x]\nA = \"b\"\n\n\"c\nB = 1\n", INI_ERROR_QUOTE, 4,
+       "input:4: a quoted text is not closed"},
   };
   for (const auto &bad : aBad) {
     EXPECT_FALSE(Open(bad.strFile, INI_MODE_READ)) << bad.strFile;
     EXPECT_EQ(err_.szText, std::string(bad.pszText)) << bad.strFile;
-    EXPECT_TRUE(err_.ulCode == bad.ulCode && err_.ulLine == bad.ulLine) << err_.ulCode << " in " << err_.ulLine;
+    EXPECT_TRUE(err_.ulCode == bad.ulCode && err_.ulLine == bad.ulLine)
+        << err_.ulCode << " in " << err_.ulLine;
   }
 }
 
 TEST_F(IniChecked, TellsTheReasonOfTheSystem) {
   const auto Text = [this](const char *pszFile, ULONG ulMode) {
-    EXPECT_FALSE(IniOpenChecked(pszFile, ulMode, &err_) || IniOpenChecked(pszFile, ulMode, nullptr)) << pszFile;
+    EXPECT_FALSE(IniOpenChecked(pszFile, ulMode, &err_) || IniOpenChecked(pszFile, ulMode, nullptr))
+        << pszFile;
     return std::to_string(err_.ulCode) + " " + std::to_string(err_.ulLine) + " " + err_.szText;
   };
   const std::string strLong(600, 'x');
   for (const ULONG ulMode : {INI_MODE_READ, INI_MODE_LENIENT}) {
     EXPECT_EQ(Text("missing", ulMode), "1 0 missing: No such file or directory");
     EXPECT_EQ(Text(".", ulMode), "1 0 .: Is a directory");
-    EXPECT_EQ(Text(strLong.c_str(), ulMode), "1 0 ..." + strLong.substr(0, 252) + ": File name too long");
+    EXPECT_EQ(Text(strLong.c_str(), ulMode),
+              "1 0 ..." + strLong.substr(0, 252) + ": File name too long");
     EXPECT_EQ(Text(nullptr, ulMode), "3 0 (null): no file name");
     EXPECT_FALSE((FailRead(), Open("[x]\nA = 1\nB", ulMode)));
     EXPECT_STREQ(err_.szText, "input: Input/output error") << "and not what is missing behind it";
   }
   EXPECT_EQ(Text("missing/file", 0), "1 0 missing/file: No such file or directory");
-  EXPECT_EQ(Text(strLong.c_str(), 0), "3 0 ..." + strLong.substr(0, 252) + ": the name is too long");
+  EXPECT_EQ(Text(strLong.c_str(), 0),
+            "3 0 ..." + strLong.substr(0, 252) + ": the name is too long");
   EXPECT_TRUE(Open("[x]\nA = 1", 0) && err_.ulCode == 0 && !*err_.szText);
   EXPECT_EQ(Contents("input"), "[ input ]\n") << "opened for writing";
   MemSetLimits(0xFFFFFFFF, 0xFFFFFFFF, 1);
@@ -89,7 +97,8 @@ TEST_F(IniChecked, TellsTheReasonOfTheSystem) {
   for (ULONG ul = 0; ul < INI_MAX_ENTRIES; ul++) strMany += "k = 1\n";
   EXPECT_TRUE(Open(strMany, INI_MODE_READ));
   EXPECT_FALSE(Open(strMany + "\nk=1\n[\n", INI_MODE_LENIENT));
-  EXPECT_TRUE(err_.ulCode == INI_ERROR_ENTRIES && err_.ulLine == INI_MAX_ENTRIES + 3) << err_.szText;
+  EXPECT_TRUE(err_.ulCode == INI_ERROR_ENTRIES && err_.ulLine == INI_MAX_ENTRIES + 3)
+      << err_.szText;
 }
 
 TEST_F(IniChecked, TakesFilesAsPeopleWriteThem) {
@@ -106,11 +115,13 @@ TEST_F(IniChecked, TakesFilesAsPeopleWriteThem) {
       {"[x]\nA=1\nB = 2\n;C = 1\n", "A=1B=2;;C=1;"}, // which the format takes
   };
   for (const auto &[pszFile, pszEntries] : aapszFile) {
-    EXPECT_EQ(Entries(Open(pszFile, INI_MODE_LENIENT)), pszEntries) << pszFile << "\n" << err_.szText;
+    EXPECT_EQ(Entries(Open(pszFile, INI_MODE_LENIENT)), pszEntries) << pszFile << "\n"
+                                                                    << err_.szText;
     EXPECT_EQ(err_.ulCode, 0u) << err_.szText;
   }
   for (const char *pszFile : {"A\n", "=1", "A b c=1", "[x]\n#\n[a", "A=\"b", "A!=1", "[a b"})
-    EXPECT_FALSE(Open(pszFile, INI_MODE_LENIENT) || err_.ulCode == 0 || err_.ulLine == 0) << pszFile;
+    EXPECT_FALSE(Open(pszFile, INI_MODE_LENIENT) || err_.ulCode == 0 || err_.ulLine == 0)
+        << pszFile;
 }
 
 TEST_F(IniChecked, TakesWhatThePlainReaderTakes) {
@@ -159,10 +170,10 @@ ULONG Collect(const INIFINDING *pfinding, void *pvTexts) {
 TEST_F(IniChecked, TellsWhatAFileHasThatIsNotRead) {
   const FDSC fdscMem = Field("Mem", FT_PSZ);
   const SDSC sdscRoute = Describe({Field("Target", FT_PSZ), Field("Port", FT_USHORT)});
-  const SDSC sdscServer =
-      Describe({Field("Port", FT_USHORT), Field("Load", FT_LONG, 3), Field("", FT_LONG, 1, nullptr, FDSC_NOINI),
-                Field("Mems", FT_VALUELIST, 1, &fdscMem), Field("Route", FT_STRUCTLIST, 1, &sdscRoute),
-                Field("Swap", FT_STRUCTPTR, 1, &sdscRoute)});
+  const SDSC sdscServer = Describe(
+      {Field("Port", FT_USHORT), Field("Load", FT_LONG, 3),
+       Field("", FT_LONG, 1, nullptr, FDSC_NOINI), Field("Mems", FT_VALUELIST, 1, &fdscMem),
+       Field("Route", FT_STRUCTLIST, 1, &sdscRoute), Field("Swap", FT_STRUCTPTR, 1, &sdscRoute)});
   const FDSC fdsc = Field("Server", FT_STRUCT, 1, &sdscServer);
   const std::string strFile = R"([x]
 Port = 1
@@ -201,7 +212,8 @@ Port = 2
   std::vector<BYTE> ab(Extent(fdsc)), abPlain = ab;
   std::vector<std::string> astr;
 
-  EXPECT_EQ(IniReadChecked(Open(strFile, INI_MODE_LENIENT).get(), ab.data(), &fdsc, Collect, &astr), 9u);
+  EXPECT_EQ(IniReadChecked(Open(strFile, INI_MODE_LENIENT).get(), ab.data(), &fdsc, Collect, &astr),
+            9u);
   IniRead(Open(strFile, INI_MODE_LENIENT).get(), abPlain.data(), &fdsc);
   EXPECT_EQ(astr, astrExpected) << "a line that looks like a comment is none";
   EXPECT_EQ(TakeApart(fdsc, ab.data()), TakeApart(fdsc, abPlain.data()));
@@ -210,7 +222,8 @@ Port = 2
   std::fill(ab.begin(), ab.end(), 0);
   abPlain = ab, astr.clear();
   EXPECT_EQ(IniReadChecked(ini.get(), ab.data(), &fdsc, Collect, &astr), INI_REFUSED);
-  EXPECT_EQ(astr.back(), "input:19: [server]: a second one, which is not read; the first is in line 3");
+  EXPECT_EQ(astr.back(),
+            "input:19: [server]: a second one, which is not read; the first is in line 3");
   EXPECT_EQ(astr[astr.size() - 2], "input:18: [ServerSwap] ;Port: unknown key, perhaps Port");
   EXPECT_EQ(ab, abPlain) << "nothing is stored";
   EXPECT_EQ(IniReadChecked(ini.get(), ab.data(), &fdsc, nullptr, nullptr), 11u);
@@ -239,17 +252,29 @@ const SAMPLE aSample[] = {
     {Field("", FT_BYTE),
      {"0", "255", "+7 ", "-0"},
      {{"256", ulRange}, {"-1", ulRange}, {"0x1", ulNum}, {"1 2", ulNum}}},
-    {Field("", FT_SHORT), {"-32768", "32767"}, {{"-32769", ulRange}, {"32768", ulRange}, {"x", ulNum}, {"-", ulNum}}},
-    {Field("", FT_USHORT), {"65535", "\"\t1\""}, {{"65536", ulRange}, {"1.5", ulNum}, {"\"\"", ulNum}}},
-    {Field("", FT_LONG), {"-2147483648"}, {{"2147483648", ulRange}, {"-99999999999999999999999", ulRange}}},
+    {Field("", FT_SHORT),
+     {"-32768", "32767"},
+     {{"-32769", ulRange}, {"32768", ulRange}, {"x", ulNum}, {"-", ulNum}}},
+    {Field("", FT_USHORT),
+     {"65535", "\"\t1\""},
+     {{"65536", ulRange}, {"1.5", ulNum}, {"\"\"", ulNum}}},
+    {Field("", FT_LONG),
+     {"-2147483648"},
+     {{"2147483648", ulRange}, {"-99999999999999999999999", ulRange}}},
     {Field("", FT_ULONG),
      {"4294967295"},
      {{"4294967296", ulRange}, {"18446744073709551617", ulRange}, {"-1", ulRange}}},
-    {Field("", FT_FLOAT), {"1.5", "-0.0", "inf", "1e38"}, {{"1e39", ulRange}, {"-.1e-60", ulRange}, {"1,5", ulNum}}},
-    {Field("", FT_DOUBLE), {"1e308", "0x1p4", "nan"}, {{"1e309", ulRange}, {"1e-400", ulRange}, {"e", ulNum}}},
+    {Field("", FT_FLOAT),
+     {"1.5", "-0.0", "inf", "1e38"},
+     {{"1e39", ulRange}, {"-.1e-60", ulRange}, {"1,5", ulNum}}},
+    {Field("", FT_DOUBLE),
+     {"1e308", "0x1p4", "nan"},
+     {{"1e309", ulRange}, {"1e-400", ulRange}, {"e", ulNum}}},
     {Field("", FT_STRING, 4), {"abc", "\"\""}, {{"abcd", ulText}, {"\"abc \"", ulText}}},
     {Field("", FT_PSZ), {"anything"}, {}},
-    {Field("", FT_ENUM16, 1, &edscColour), {"red", "GREEN"}, {{"gren", INI_FINDING_NAME}, {"red ", INI_FINDING_NAME}}},
+    {Field("", FT_ENUM16, 1, &edscColour),
+     {"red", "GREEN"},
+     {{"gren", INI_FINDING_NAME}, {"red ", INI_FINDING_NAME}}},
     {Field("", FT_ENUM32, 1, &edscColour), {"Red"}, {{"1", INI_FINDING_NAME}}},
     {Field("", FT_REALTIME),
      {"2026-11-23", "2026-11-23T04:05:06.5Z"},
@@ -270,10 +295,13 @@ struct FOUND {
   std::string strKey;
   ULONG ulClass;
   bool operator==(const FOUND &) const = default;
-  bool operator<(const FOUND &other) const { return std::tie(strKey, ulClass) < std::tie(other.strKey, other.ulClass); }
+  bool operator<(const FOUND &other) const {
+    return std::tie(strKey, ulClass) < std::tie(other.strKey, other.ulClass);
+  }
 };
 ULONG Note(const INIFINDING *pfinding, void *pvFound) {
-  static_cast<std::vector<FOUND> *>(pvFound)->push_back({pfinding->pszKey ? pfinding->pszKey : "", pfinding->ulClass});
+  static_cast<std::vector<FOUND> *>(pvFound)->push_back(
+      {pfinding->pszKey ? pfinding->pszKey : "", pfinding->ulClass});
   return 0;
 }
 
@@ -284,7 +312,8 @@ TEST_F(IniChecked, FindsTheMistakesThatWereMade) {
     std::string strFile = "[x]\n[Data]\n", astrName[20];
     for (ULONG ul = 0; ul < 20; ul++) {
       const SAMPLE &sample = aSample[Random(std::size(aSample))];
-      const std::string strName = astrName[ul] = std::string("Fields") + static_cast<char>('a' + ul);
+      const std::string strName = astrName[ul] =
+          std::string("Fields") + static_cast<char>('a' + ul);
       const ULONG ulMistake = Random(8);
       Add(sdsc, sample.fdsc);
       sdsc.afdsc[ul].pszName = astrName[ul].c_str();
@@ -292,12 +321,16 @@ TEST_F(IniChecked, FindsTheMistakesThatWereMade) {
         aExpected.push_back({strName, INI_FINDING_MISSING});
         continue;
       }
-      const auto bad = sample.abad.empty() ? std::pair("x", 0UL) : sample.abad[Random(sample.abad.size())];
+      const auto bad =
+          sample.abad.empty() ? std::pair("x", 0UL) : sample.abad[Random(sample.abad.size())];
       if (ulMistake == 1 && bad.second) aExpected.push_back({strName, bad.second});
-      strFile +=
-          strName + " = " + (ulMistake == 1 ? bad.first : sample.apszGood[Random(sample.apszGood.size())]) + "\n";
-      if (ulMistake == 2) aExpected.push_back({strName, INI_FINDING_TWICE}), strFile += strName + " = 1\n";
-      if (ulMistake == 3) aExpected.push_back({strName + "x", INI_FINDING_UNKNOWN}), strFile += strName + "x = 1\n";
+      strFile += strName + " = " +
+                 (ulMistake == 1 ? bad.first : sample.apszGood[Random(sample.apszGood.size())]) +
+                 "\n";
+      if (ulMistake == 2)
+        aExpected.push_back({strName, INI_FINDING_TWICE}), strFile += strName + " = 1\n";
+      if (ulMistake == 3)
+        aExpected.push_back({strName + "x", INI_FINDING_UNKNOWN}), strFile += strName + "x = 1\n";
     }
     const FDSC fdsc = Field("Data", FT_STRUCT, 1, &sdsc);
     std::vector<BYTE> ab(sdsc.ulSize), abPlain = ab;

@@ -20,7 +20,8 @@ int iFailSync = 0;     // the call that fails, counted from 1
 std::string FolderText() { // the names in the current folder, with the contents of files
   std::map<std::string, std::string> texts;
   for (const auto &entry : fs::directory_iterator("."))
-    texts[entry.path().filename()] = entry.symlink_status().type() == fs::file_type::regular ? Contents(entry) : "";
+    texts[entry.path().filename()] =
+        entry.symlink_status().type() == fs::file_type::regular ? Contents(entry) : "";
   std::string str;
   for (const auto &[strName, strText] : texts) str += strName + ":" + strText + ";";
   return str;
@@ -66,16 +67,20 @@ class IniSaving : public Generated {
     }
   }
   void Change(const SDSC &sdsc, BYTE *pb) {
-    for (ULONG ul = 0; ul < sdsc.ulFields; pb += Extent(sdsc.afdsc[ul++])) Change(sdsc.afdsc[ul], pb);
+    for (ULONG ul = 0; ul < sdsc.ulFields; pb += Extent(sdsc.afdsc[ul++]))
+      Change(sdsc.afdsc[ul], pb);
   }
 
   // Gives a field another name, or another format. Names that may collide are no other faults.
   void Redescribe(FDSC &fdsc, bool fCollide) {
     static const char *const apszNames[] = {"A", "a",   "A1", "A2",  "A3", "A11",  "AA",
                                             "1", "A 1", "[A", "\"A", "",   nullptr};
-    static const char *const apszFormats[] = {"%s", "%hX", "%ld", "%lx", "%g", "%lg", "%.3f", "%le", "%7s", "<%s>"};
-    if (Random(fCollide ? 3 : 20) == 0) fdsc.pszName = apszNames[Random(fCollide ? 8 : std::size(apszNames))];
-    if (Random(fCollide ? 100 : 20) == 0) fdsc.pszFormat = apszFormats[Random(std::size(apszFormats))];
+    static const char *const apszFormats[] = {"%s",  "%hX",  "%ld", "%lx", "%g",
+                                              "%lg", "%.3f", "%le", "%7s", "<%s>"};
+    if (Random(fCollide ? 3 : 20) == 0)
+      fdsc.pszName = apszNames[Random(fCollide ? 8 : std::size(apszNames))];
+    if (Random(fCollide ? 100 : 20) == 0)
+      fdsc.pszFormat = apszFormats[Random(std::size(apszFormats))];
   }
 
  private:
@@ -86,8 +91,10 @@ class IniSaving : public Generated {
     if (fdsc.ulType == FT_STRUCTPTR) return Change(StructureOf(fdsc), static_cast<BYTE *>(pv));
     for (LISTITEM *pli = static_cast<LIST *>(pv)->pliFirst; pli; pli = pli->pliNext) {
       const bool fText = fdsc.ulType == FT_VALUELIST && ItemOf(fdsc).ulType == FT_PSZ;
-      auto *pbItem = fText ? reinterpret_cast<BYTE *>(&pli->pvData) : static_cast<BYTE *>(pli->pvData);
-      fdsc.ulType == FT_VALUELIST ? Change(ItemOf(fdsc), pbItem) : Change(StructureOf(fdsc), pbItem);
+      auto *pbItem =
+          fText ? reinterpret_cast<BYTE *>(&pli->pvData) : static_cast<BYTE *>(pli->pvData);
+      fdsc.ulType == FT_VALUELIST ? Change(ItemOf(fdsc), pbItem)
+                                  : Change(StructureOf(fdsc), pbItem);
     }
   }
   void ChangeValue(const FDSC &fdsc, BYTE *pb) {
@@ -104,8 +111,10 @@ class IniSaving : public Generated {
     const std::string str = SomeText(cb);
     const bool fNice = Random(2) && cb >= 4;
     if (IsText(fdsc))
-      return void((std::memset(pb, fdsc.ulType == FT_STRING ? 0 : ' ', cb), std::memcpy(pb, str.data(), str.size())));
-    for (ULONG ul = 0; ul < cb; ul++) pb[ul] = static_cast<BYTE>(Random(3) ? Random(2) : Random(256));
+      return void((std::memset(pb, fdsc.ulType == FT_STRING ? 0 : ' ', cb),
+                   std::memcpy(pb, str.data(), str.size())));
+    for (ULONG ul = 0; ul < cb; ul++)
+      pb[ul] = static_cast<BYTE>(Random(3) ? Random(2) : Random(256));
     if (fNice && fdsc.ulType == FT_FLOAT) std::memcpy(pb, &flt, cb);
     if (fNice && fdsc.ulType == FT_DOUBLE) std::memcpy(pb, &d, cb);
   }
@@ -150,8 +159,10 @@ TEST_F(IniSaving, KeepsWhatItAccepts) {
 
 TEST_F(IniSaving, WritesFractionsAndZerosSoThatTheyReadBack) {
   using Limits = std::numeric_limits<double>;
-  double ad[] = {0.1, 1e300, -0.0, 1.0 / 3, 4.9406564584124654e-324, Limits::infinity(), 123456.789, 100};
-  float aflt[] = {0.1F, 16777216.0F, 3.4028235e38F, 1e-45F, std::numeric_limits<float>::quiet_NaN()};
+  double ad[] = {0.1,        1e300, -0.0, 1.0 / 3, 4.9406564584124654e-324, Limits::infinity(),
+                 123456.789, 100};
+  float aflt[] = {0.1F, 16777216.0F, 3.4028235e38F, 1e-45F,
+                  std::numeric_limits<float>::quiet_NaN()};
   ULONG aulZero[] = {0, 0};
   EXPECT_EQ(Saved(Field("D", FT_DOUBLE, std::size(ad)), ad), "");
   EXPECT_EQ(Contents("saved.ini"),
@@ -159,7 +170,8 @@ TEST_F(IniSaving, WritesFractionsAndZerosSoThatTheyReadBack) {
             "  D 5 = 4.94065645841247e-324\n  D 6 = inf\n  D 7 = 123456.789\n  D 8 = 100\n");
   EXPECT_EQ(Saved(Field("F", FT_FLOAT, std::size(aflt)), aflt), "");
   EXPECT_EQ(Contents("saved.ini"),
-            "[ saved.ini ]\n  F 1 = 0.1\n  F 2 = 16777216\n  F 3 = 3.4028235e+38\n  F 4 = 1.4013e-45\n  F 5 = nan\n");
+            "[ saved.ini ]\n  F 1 = 0.1\n  F 2 = 16777216\n  F 3 = 3.4028235e+38\n  F 4 = "
+            "1.4013e-45\n  F 5 = nan\n");
   EXPECT_EQ(Saved(Field("I", FT_INTERVAL, 2), aulZero), "");
   EXPECT_EQ(Contents("saved.ini"), "[ saved.ini ]\n  I 1 = 0s\n  I 2 = 0s\n");
   EXPECT_EQ(Saved(Field("V", FT_VERBOSITY, 1), aulZero), "");
@@ -168,7 +180,8 @@ TEST_F(IniSaving, WritesFractionsAndZerosSoThatTheyReadBack) {
 
 TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
   const EDSC edsc = {2, {"One", " Two"}, {1, 2}};
-  const SDSC sdscDotted = {1, 0, 4, 0, {Field("", FT_FIXEDSTRING, 4)}}, sdscText = Describe({Field("T", FT_PSZ)});
+  const SDSC sdscDotted = {1, 0, 4, 0, {Field("", FT_FIXEDSTRING, 4)}},
+             sdscText = Describe({Field("T", FT_PSZ)});
   const FDSC fdscText = Field("L", FT_PSZ), fdscArray = Field("L", FT_ULONG, 2);
   const FDSC fdscFormat = {0, "K", 0, FT_ULONG, 1, "%#lx", nullptr};
   const double dTime = 1.00001;
@@ -192,13 +205,18 @@ TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
       {Field("K", FT_STRING, 4), {"a\n\0\0", 4}, "K: it has a line end"},
       {Field("K", FT_PSZ), {"\0\0\0\0", 4}, "K: a null text reads back as an empty one"},
       {fdscFormat, "abcd", "K: its text would not read back the same"},
-      {Field("K", FT_FIXEDSTRING, 128), std::string(128, 'x'), "K: it is longer than 127 characters"},
-      {Field("K", FT_ULONG, 5101), std::string(20404, 'x'), "K 5101: a file has no more than 5100 sections and keys"},
-      {Field("K K", FT_BYTE), "x", "K K: the name has a blank or one of the characters ]-!@#$%&*<>_|\\:"},
+      {Field("K", FT_FIXEDSTRING, 128), std::string(128, 'x'),
+       "K: it is longer than 127 characters"},
+      {Field("K", FT_ULONG, 5101), std::string(20404, 'x'),
+       "K 5101: a file has no more than 5100 sections and keys"},
+      {Field("K K", FT_BYTE), "x",
+       "K K: the name has a blank or one of the characters ]-!@#$%&*<>_|\\:"},
       {Field(nullptr, FT_BYTE), "x", "(no name): it has no name"},
       {Field("K", 19), "x", "K: its type is reserved"},
-      {Field("K", FT_STRUCTPTR, 2, &sdscText), std::string(8, '\0'), "K: it is an array of references"},
-      {Field("K", FT_VALUELIST, 1, &fdscArray), std::string(4, '\0'), "K: its elements are no single values"},
+      {Field("K", FT_STRUCTPTR, 2, &sdscText), std::string(8, '\0'),
+       "K: it is an array of references"},
+      {Field("K", FT_VALUELIST, 1, &fdscArray), std::string(4, '\0'),
+       "K: its elements are no single values"},
       {Field("K", FT_VALUELIST, 1, &fdscText),
        {reinterpret_cast<char *>(&plst), 4},
        "L 1: a null text reads back as an empty one"},
@@ -209,16 +227,19 @@ TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
   for (const auto &[fdsc, strData, pszExpected] : aCase)
     EXPECT_EQ(Saved(fdsc, strData.data()), std::string("saved.ini: ") + pszExpected);
 
-  const SDSC sdscSections = Describe({Field("S", FT_STRUCTPTR, 1, &sdscText), Field("V", FT_VALUELIST, 1, &fdscText)});
+  const SDSC sdscSections =
+      Describe({Field("S", FT_STRUCTPTR, 1, &sdscText), Field("V", FT_VALUELIST, 1, &fdscText)});
   char szText[] = "", *psz = szText;
   void *apv[] = {&psz, plst};
   EXPECT_EQ(Saved(Field("Top", FT_STRUCT, 1, &sdscSections), apv),
             "saved.ini: [ Top ] L 1: it comes after a structure, and would stand in its section");
   SDSC sdscSelf = {1, 0, sizeof(void *), 0, {Field("Next", FT_STRUCTPTR, 1, &sdscSelf)}};
   void *pvSelf = &pvSelf, *apvNext[40] = {};
-  EXPECT_EQ(Saved(sdscSelf.afdsc[0], &pvSelf), "saved.ini: [ Next ] Next: it leads back to data that it is a part of");
+  EXPECT_EQ(Saved(sdscSelf.afdsc[0], &pvSelf),
+            "saved.ini: [ Next ] Next: it leads back to data that it is a part of");
   for (void **ppv = apvNext; ppv + 1 < std::end(apvNext); ppv++) *ppv = ppv + 1;
-  EXPECT_NE(Saved(sdscSelf.afdsc[0], apvNext).find("Next: its name is longer than 127 characters"), std::string::npos);
+  EXPECT_NE(Saved(sdscSelf.afdsc[0], apvNext).find("Next: its name is longer than 127 characters"),
+            std::string::npos);
   LstDeleteAll(plst), LstFreeList_(plst);
 }
 
@@ -242,7 +263,8 @@ TEST_F(IniSaving, ReplacesAFileAsAWhole) {
   EXPECT_TRUE(stat("folder/file.ini", &st) == 0 && (st.st_mode & 07777) == 0640);
   EXPECT_NE(Contents("folder/file.ini").find("K 1 = 8\n"), std::string::npos);
   EXPECT_EQ(Contents("folder/new.ini").substr(0, 13), "[ link.ini ]\n");
-  EXPECT_EQ(strSynced, "file folder file folder ") << "the file, before it has its name; then the name";
+  EXPECT_EQ(strSynced, "file folder file folder ")
+      << "the file, before it has its name; then the name";
 }
 
 TEST_F(IniSaving, LeavesAFileAloneWhenItFails) {
@@ -254,7 +276,8 @@ TEST_F(IniSaving, LeavesAFileAloneWhenItFails) {
   mkfifo("fifo.ini", 0600);
   const std::string strBefore = FolderText();
 
-  for (const char *pszFile : {"folder.ini", "loop.ini", "fifo.ini", "no/such.ini", "a_b.ini", "a b.ini", "folder.ini/"})
+  for (const char *pszFile :
+       {"folder.ini", "loop.ini", "fifo.ini", "no/such.ini", "a_b.ini", "a b.ini", "folder.ini/"})
     EXPECT_EQ(Saved(fdsc, aul.data(), pszFile).find(std::string(pszFile) + ": "), 0u);
   EXPECT_EQ(Saved(fdsc, aul.data(), std::string(256, 'x').c_str()), "the file's name is too long");
   EXPECT_EQ(Saved(fdsc, nullptr), "a null pointer");
@@ -286,7 +309,12 @@ std::string Checked(const FDSC &fdsc, ULONG ulSizeof) { // what is wrong, or ""
 
 // Random descriptions are fine until a field of them, at any depth, is spoilt.
 TEST_F(IniSaving, ChecksDescriptionsByField) {
-  SDSC sdscSelf = {2, 0, 8, 0, {Field("Next", FT_STRUCTPTR, 1, &sdscSelf), Field("List", FT_STRUCTLIST, 1, &sdscSelf)}};
+  SDSC sdscSelf = {
+      2,
+      0,
+      8,
+      0,
+      {Field("Next", FT_STRUCTPTR, 1, &sdscSelf), Field("List", FT_STRUCTLIST, 1, &sdscSelf)}};
   const struct {
     void (*pfnSpoil)(FDSC &fdsc);
     const char *pszExpected;
@@ -295,7 +323,8 @@ TEST_F(IniSaving, ChecksDescriptionsByField) {
       {[](FDSC &fdsc) { fdsc.ulCount = 0; }, "its ulCount is 0"},
       {[](FDSC &fdsc) { fdsc = Field("a b", FT_BYTE); },
        "the name has a blank or one of the characters ]-!@#$%&*<>_|\\:"},
-      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%d %d", nullptr}; }, "its format does not fit its type"},
+      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%d %d", nullptr}; },
+       "its format does not fit its type"},
       {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_DOUBLE, 1, "%.3lf", nullptr}; },
        "its format gives texts that do not read back"},
       {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%5ld", nullptr}; },
@@ -304,7 +333,8 @@ TEST_F(IniSaving, ChecksDescriptionsByField) {
        "its format gives texts that do not read back"},
       {[](FDSC &fdsc) { fdsc = Field("K", FT_LONG, 1, &fdsc); }, "its type takes no pvDesc"},
       {[](FDSC &fdsc) { fdsc = Field("K", FT_ENUM16); }, "its pvDesc is missing"},
-      {[](FDSC &fdsc) { fdsc = Field("K", FT_ULONG, 0x20000000); }, "it takes more than 2147483647 bytes"},
+      {[](FDSC &fdsc) { fdsc = Field("K", FT_ULONG, 0x20000000); },
+       "it takes more than 2147483647 bytes"},
   };
   EXPECT_EQ(Checked(sdscSelf.afdsc[0], 4), "") << "a structure may refer to itself";
   for (int i = 0; i < 500; i++) {
@@ -318,15 +348,19 @@ TEST_F(IniSaving, ChecksDescriptionsByField) {
     const auto &[pfnSpoil, pszExpected] = aCase[Random(std::size(aCase))];
     pfnSpoil(fdscSpoilt);
     fdscSpoilt.flFlags = 0;
-    const std::string str = Checked(fdsc, Extent(fdsc)), strPlace = "." + std::string(fdscSpoilt.pszName) + ": ";
+    const std::string str = Checked(fdsc, Extent(fdsc)),
+                      strPlace = "." + std::string(fdscSpoilt.pszName) + ": ";
     ASSERT_EQ(str.substr(0, 4), fdsc.pszName);
-    ASSERT_NE((str + ";").find(strPlace + pszExpected + ";"), std::string::npos) << str << " for " << pszExpected;
+    ASSERT_NE((str + ";").find(strPlace + pszExpected + ";"), std::string::npos)
+        << str << " for " << pszExpected;
   }
 }
 
 TEST_F(IniSaving, ChecksDescriptionsAsAWhole) {
-  const SDSC sdscOne = Describe({Field("L", FT_LONG)}), sdscWrong = {1, 0, 5, 0, {Field("L", FT_LONG)}};
-  const SDSC sdscMany = {61, 0, 0, 0, {}}, sdscDotted = {1, 0, 3, 0, {Field("", FT_FIXEDSTRING, 3)}};
+  const SDSC sdscOne = Describe({Field("L", FT_LONG)}),
+             sdscWrong = {1, 0, 5, 0, {Field("L", FT_LONG)}};
+  const SDSC sdscMany = {61, 0, 0, 0, {}},
+             sdscDotted = {1, 0, 3, 0, {Field("", FT_FIXEDSTRING, 3)}};
   SDSC sdscEndless = {1, 0, 0, 0, {Field("In", FT_STRUCT, 1, &sdscEndless)}};
   const FDSC fdscText = Field("L", FT_PSZ), fdscLists = Field("V", FT_VALUELIST, 1, &fdscText);
   const EDSC aedsc[] = {{17, {}, {}}, {2, {"One"}, {}}, {2, {"One", "ONE"}, {}}, {1, {" One"}, {}}};
@@ -338,26 +372,33 @@ TEST_F(IniSaving, ChecksDescriptionsAsAWhole) {
     std::string str;
     const char *pszExpected;
   } aCase[] = {
-      {Checked(Field("S", FT_STRUCT, 2, &sdscOne), 12), "S: the data takes 12 bytes, its description 8"},
+      {Checked(Field("S", FT_STRUCT, 2, &sdscOne), 12),
+       "S: the data takes 12 bytes, its description 8"},
       {Checked(Field("S", FT_STRUCTPTR, 1, &sdscWrong), 4),
        "S: the ulSize of its structure is 5 bytes, its fields take 4"},
       {Checked(Field("S", FT_STRUCT, 1, &sdscMany), 0), "S: its structure has more than 60 fields"},
-      {Checked(Field("S", FT_STRUCT, 1, &sdscEndless), 0), "S.In: the structure lies within itself"},
-      {CheckedIn({Field("D", FT_DOTTED, 4, &sdscDotted)}), "S.D: its ulCount is not the sum of its subfields"},
-      {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[0])}), "S.E: its enumeration has no names or too many"},
+      {Checked(Field("S", FT_STRUCT, 1, &sdscEndless), 0),
+       "S.In: the structure lies within itself"},
+      {CheckedIn({Field("D", FT_DOTTED, 4, &sdscDotted)}),
+       "S.D: its ulCount is not the sum of its subfields"},
+      {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[0])}),
+       "S.E: its enumeration has no names or too many"},
       {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[1])}), "S.E: its enumeration has a null name"},
       {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[2])}), "S.E: its enumeration has a name twice"},
-      {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[3])}), "S.E: its enumeration has a name that no file can have"},
+      {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[3])}),
+       "S.E: its enumeration has a name that no file can have"},
       {CheckedIn({Field("A", FT_BYTE), Field(nullptr, FT_BYTE)}), "S.#2: it has no name"},
-      {CheckedIn(
-           {Field(nullptr, FT_PSZ, 1, nullptr, FDSC_NOINI), Field(nullptr, FT_STRUCTPTR, 2, nullptr, FDSC_NOINI)}),
+      {CheckedIn({Field(nullptr, FT_PSZ, 1, nullptr, FDSC_NOINI),
+                  Field(nullptr, FT_STRUCTPTR, 2, nullptr, FDSC_NOINI)}),
        ""},
       {CheckedIn({Field("F", FT_FIXEDSTRING, 128)}), "S.F: it is longer than 127 characters"},
       {CheckedIn({Field("V", FT_STRUCT, 1, &sdscOne), Field("v", FT_BYTE), fdscLists}), ""},
-      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port2", FT_BYTE)}), "S.port2: a file would have its name twice"},
+      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port2", FT_BYTE)}),
+       "S.port2: a file would have its name twice"},
       {CheckedIn({Field("Port", FT_BYTE, 3), Field("port4", FT_BYTE)}), ""},
       {CheckedIn({Field("Port", FT_BYTE, 3), Field("port02", FT_BYTE)}), ""},
-      {CheckedIn({Field("P", FT_BYTE, 30), Field("P2", FT_BYTE, 2)}), "S.P2: a file would have its name twice"},
+      {CheckedIn({Field("P", FT_BYTE, 30), Field("P2", FT_BYTE, 2)}),
+       "S.P2: a file would have its name twice"},
       {CheckedIn({Field("P", FT_BYTE, 20), Field("P2", FT_BYTE, 2)}), ""},
       {CheckedIn({Field("L9", FT_BYTE), fdscLists}), "S.V: a file would have its name twice"},
   };

@@ -33,7 +33,8 @@ BOOL LessOrEqualButChanging(void *pv1, void *pv2) {
   const BOOL fLessOrEqual = LessOrEqual(pv1, pv2);
   if (changing.uLeft == 0 || randomAnswers() % 30) return fLessOrEqual;
   changing.uLeft--;
-  const auto it = changing.apv.begin() + static_cast<std::ptrdiff_t>(randomAnswers() % changing.apv.size());
+  const auto it =
+      changing.apv.begin() + static_cast<std::ptrdiff_t>(randomAnswers() % changing.apv.size());
   LISTITEM *pli = LstGetItem(changing.plst, *it);
   const unsigned uChange = randomAnswers() % 3;
   if (uChange < 2) changing.apv.erase(it);
@@ -51,7 +52,8 @@ Elements ElementsOf(const LIST *plst) {
   Elements apv;
   const LISTITEM *pliPrev = nullptr, *pli = plst->pliFirst;
   for (; pli && apv.size() < plst->ulCount; pliPrev = pli, pli = pli->pliNext) {
-    EXPECT_TRUE(pli->pliPrev == pliPrev && pli->plst == plst && pli->fInList == 1) << "at " << apv.size();
+    EXPECT_TRUE(pli->pliPrev == pliPrev && pli->plst == plst && pli->fInList == 1)
+        << "at " << apv.size();
     EXPECT_EQ(pli->ulIndex, plst->fIndexed ? apv.size() : 0);
     apv.push_back(pli->pvData);
   }
@@ -116,7 +118,8 @@ TEST_F(ListTest, KeepsEveryLinkAndPositionThroughRandomChanges) {
     const bool fEnd = random_() % 2;
     switch (random_() % (apv.size() < 40 ? 5 : 9)) {
       case 0:
-        EXPECT_EQ(LstInsert(plst, pv, fEnd ? LST_END : ~4UL), fEnd ? plst->pliLast : plst->pliFirst);
+        EXPECT_EQ(LstInsert(plst, pv, fEnd ? LST_END : ~4UL),
+                  fEnd ? plst->pliLast : plst->pliFirst);
         apv.insert(fEnd ? apv.end() : apv.begin(), pv);
         break;
       case 1:
@@ -194,7 +197,9 @@ TEST_F(ListTest, SortLosesNothingWhileItsComparisonChangesTheList) {
     const bool fSorted = (FailMalloc(u % 2), LstSort(plst_, LessOrEqualButChanging));
     const Elements apv = ElementsOf(plst_);
 
-    ASSERT_TRUE(std::is_permutation(apv.begin(), apv.end(), changing.apv.begin(), changing.apv.end())) << u;
+    ASSERT_TRUE(
+        std::is_permutation(apv.begin(), apv.end(), changing.apv.begin(), changing.apv.end()))
+        << u;
     ASSERT_TRUE(fSorted ? std::is_sorted(apv.begin(), apv.end(), IsLess) : u % 5 > 2) << u;
     ASSERT_TRUE(fSorted || u % 2 || apv == changing.apv) << u << ": it stays in its order";
     cUnsorted += !fSorted;
@@ -209,7 +214,8 @@ TEST_F(ListTest, DeletesDataOnlyWhenAsked) {
     LstInsert(plst_, pszKept, 0);
     EXPECT_EQ(LstDeleteAll(plst_), 1u);
     EXPECT_EQ(ElementsOf(plst_), Elements{});
-    for (int i = 0; i < 5; i++) LstInsert(plst_, i == 3 ? nullptr : MemAllocString_("text", 1, "test"), LST_END);
+    for (int i = 0; i < 5; i++)
+      LstInsert(plst_, i == 3 ? nullptr : MemAllocString_("text", 1, "test"), LST_END);
     EXPECT_EQ(LstDeleteAllBoth(plst_), 1u);
     EXPECT_EQ(ElementsOf(plst_), Elements{});
   }

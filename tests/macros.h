@@ -37,7 +37,7 @@ static inline BOOL MacrosOfReports(void) {
   ErrReport(VERB_AREA(1), 5, "%d", ++iEvaluated);
   ErrReport(VERB_AREA(2), 5, "%d", 7 + iEvaluated);
   const BOOL fSame = ErrNull(pi) == pi && ErrNull(pszConst) == pszConst && ErrNull(piNull) == NULL;
-  return fSame && iEvaluated == 0 && ErrBool(1) && ErrRc(0) == 0 && ErrDos(0) == 0 && ErrAssert(iEvaluated == 0) &&
-         !ErrAssert(iEvaluated != 0) && ZEBBASE_VERSION >= 10100;
+  return fSame && iEvaluated == 0 && ErrBool(1) && ErrRc(0) == 0 && ErrDos(0) == 0 &&
+         ErrAssert(iEvaluated == 0) && !ErrAssert(iEvaluated != 0) && ZEBBASE_VERSION >= 10100;
 }
 #endif

@@ -18,7 +18,8 @@ TEST_F(Macros, FillInThePlaceAndKeepTypes) {
   const auto astrInCpp = reports.Take();
   EXPECT_TRUE(MacrosInC());
 
-  EXPECT_EQ(astrInCpp, (std::vector<std::string>{"7", "A NULL pointer was detected.", "Failed: iEvaluated != 0"}));
+  EXPECT_EQ(astrInCpp, (std::vector<std::string>{"7", "A NULL pointer was detected.",
+                                                 "Failed: iEvaluated != 0"}));
   EXPECT_EQ(reports.Take(), astrInCpp);
 }
 } // namespace

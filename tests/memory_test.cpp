@@ -29,7 +29,8 @@ std::string DumpOf(const std::vector<BLOCK> &ablock) {
   for (const BLOCK &block : ablock) {
     char sz[100];
     std::snprintf(sz, sizeof sz, "%5td. %p %6s - %lu: %lu\n", &block - ablock.data() + 1,
-                  static_cast<void *>(block.pch - 24), block.pszShown, block.ulLine & 0xFFFF, block.ulSize);
+                  static_cast<void *>(block.pch - 24), block.pszShown, block.ulLine & 0xFFFF,
+                  block.ulSize);
     str += sz;
   }
   return str;
@@ -37,7 +38,9 @@ std::string DumpOf(const std::vector<BLOCK> &ablock) {
 
 class MemoryTest : public NoLeak {
  protected:
-  static char *Alloc(ULONG ulBytes) { return static_cast<char *>(MemAllocMem_(ulBytes, 70000, "src/links")); }
+  static char *Alloc(ULONG ulBytes) {
+    return static_cast<char *>(MemAllocMem_(ulBytes, 70000, "src/links"));
+  }
   static std::string Dump() {
     char sz[8192] = "";
     FILE *pf = fmemopen(sz, sizeof sz, "w");
@@ -59,7 +62,8 @@ TEST_F(MemoryTest, CountsMeasuresAndListsItsBlocks) {
     ASSERT_TRUE(i % 50 != 0 || Dump() == DumpOf(ablock)) << Dump();
     if (random() % 40 >= ablock.size()) {
       const auto &[pszFile, pszShown] = aapszNames[random() % 4];
-      const ULONG ulBytes = random() % 20 ? random() % 300 : random() % 100000, ulLine = random() % 200000;
+      const ULONG ulBytes = random() % 20 ? random() % 300 : random() % 100000,
+                  ulLine = random() % 200000;
       auto *pch = static_cast<char *>(MemAllocMem_(ulBytes, ulLine, pszFile));
       ASSERT_EQ(std::count(pch, pch + ulBytes, '\0'), static_cast<long>(ulBytes));
       std::memset(pch, 0xFF, ulBytes);
@@ -85,12 +89,15 @@ class Damaged {
     while (ablock_.size() < ulBlocks) {
       const ULONG ulBytes = random_() % 300;
       auto *pch = static_cast<char *>(MemAllocMem_(ulBytes, 70000, "src/links"));
-      std::memset(pch, MEM_TRAILING_GUARD, ulBytes); // a wrong size finds a guard, in this block and behind it
+      std::memset(pch, MEM_TRAILING_GUARD,
+                  ulBytes); // a wrong size finds a guard, in this block and behind it
       ablock_.push_back({pch, ulBytes + 25, 0, ""});
     }
   }
   std::vector<BLOCK> &Blocks() { return ablock_; }
-  static MEMBLOCK &Header(const BLOCK &block) { return reinterpret_cast<MEMBLOCK *>(block.pch)[-1]; }
+  static MEMBLOCK &Header(const BLOCK &block) {
+    return reinterpret_cast<MEMBLOCK *>(block.pch)[-1];
+  }
   void Damage(const BLOCK &block) {
     MEMBLOCK &mb = Header(block);
     const auto Other = [&] { return &Header(ablock_[random_() % ablock_.size()]); };
@@ -176,7 +183,8 @@ TEST_F(MemoryTest, KeepsItsOrderBetweenDamagedBlocksAndChecksThousandsOfThem) {
   }
   for (const BLOCK &block : ablock) std::memset(block.pch - 20, 0x11, 20);
   MemCheckMemory();
-  EXPECT_EQ(reports.Take().size(), 5000u + 2500u) << "all guards, and the sizes of every second block";
+  EXPECT_EQ(reports.Take().size(), 5000u + 2500u)
+      << "all guards, and the sizes of every second block";
   for (const BLOCK &block : ablock) {
     Damaged::Header(block).ulSize = 35;
     MemFreeMem_(block.pch);
@@ -213,7 +221,8 @@ TEST_F(MemoryTest, ClearsWhatItFreesAndRefusesToFreeItAgain) {
   if (!FailMalloc::Works()) GTEST_SKIP() << "freed memory is not to be looked at here";
   Reports reports;
   char *pchLive = Alloc(1000);
-  for (ULONG ul = 10; ul < 200; ul++) { // bytes; the allocator keeps its own notes in the first ones
+  for (ULONG ul = 10; ul < 200;
+       ul++) { // bytes; the allocator keeps its own notes in the first ones
     char *pch = Alloc(ul);
     std::memset(pch, 0xFF, ul);
     MemFreeMem_(pch);
@@ -231,11 +240,12 @@ TEST_F(MemoryTest, WarnsOfALimitThatIsNotFatal) {
   char *const apchWithin[] = {Alloc(100), Alloc(0)};
   EXPECT_EQ(reports.Take(), astrNone) << "at both limits";
   char *const pchBeyond = Alloc(100);
-  EXPECT_EQ(reports.Take(),
-            (Messages{"Exceeded MaxAmountMemoryAllowed 275 > 150", "Exceeded MaxNumBlocksAllowed 3 > 2"}));
+  EXPECT_EQ(reports.Take(), (Messages{"Exceeded MaxAmountMemoryAllowed 275 > 150",
+                                      "Exceeded MaxNumBlocksAllowed 3 > 2"}));
   EXPECT_EQ(Alloc(0xFFFFFFFF), nullptr);
-  EXPECT_EQ(reports.Take(), (Messages{"Exceeded MaxAmountMemoryAllowed 4294967295 > 150",
-                                      "Exceeded MaxNumBlocksAllowed 4 > 2", "A NULL pointer was detected."}));
+  EXPECT_EQ(reports.Take(),
+            (Messages{"Exceeded MaxAmountMemoryAllowed 4294967295 > 150",
+                      "Exceeded MaxNumBlocksAllowed 4 > 2", "A NULL pointer was detected."}));
   for (char *pch : {apchWithin[0], apchWithin[1], pchBeyond}) MemFreeMem_(pch);
 }
 
@@ -252,8 +262,10 @@ TEST_F(MemoryTest, EndsTheProcessAtAFatalLimit) {
   };
   const auto ends = testing::ExitedWithCode(1);
   EXPECT_EXIT(Exhaust(1, 10000), ends, "^within. Exceeded MaxNumBlocksAllowed 10001 > 10000 End.$");
-  EXPECT_EXIT(Exhaust(10000000 - 25, 1), ends, "^within. Exceeded MaxAmountMemoryAllowed 10000026 > 10000000 End.$");
-  EXPECT_EXIT(Exhaust(1, 1, 0xFFFFFFFF), ends, "^within. Exceeded MaxAmountMemoryAllowed 4294967295 > 10000000 End.$");
+  EXPECT_EXIT(Exhaust(10000000 - 25, 1), ends,
+              "^within. Exceeded MaxAmountMemoryAllowed 10000026 > 10000000 End.$");
+  EXPECT_EXIT(Exhaust(1, 1, 0xFFFFFFFF), ends,
+              "^within. Exceeded MaxAmountMemoryAllowed 4294967295 > 10000000 End.$");
   BaseSetVerbosity(~VERB_ERROR);
   EXPECT_EXIT(Exhaust(1, 10000), ends, "^within.  End.$");
 }
@@ -263,8 +275,11 @@ TEST_F(MemoryTest, GivesNullWithoutMemory) {
   LiftLimits();
   BaseSetVerbosity(0); // this report is made all the same
   char *psz = MemAllocString_("old", 1, "test");
-  const auto Fails = [&](auto call) { return !call() && reports.Take() == Messages{"A NULL pointer was detected."}; };
-  for (ULONG ul = 0xFFFFFFE7; ul != 0; ul++) EXPECT_TRUE(Fails([ul] { return Alloc(ul); })) << "wraps around: " << ul;
+  const auto Fails = [&](auto call) {
+    return !call() && reports.Take() == Messages{"A NULL pointer was detected."};
+  };
+  for (ULONG ul = 0xFFFFFFE7; ul != 0; ul++)
+    EXPECT_TRUE(Fails([ul] { return Alloc(ul); })) << "wraps around: " << ul;
   if (FailMalloc::Works()) {
     EXPECT_TRUE(Fails([] { return FailMalloc(), Alloc(10); }));
     EXPECT_TRUE(Fails([] { return FailMalloc(), MemAllocString_("text", 1, "test"); }));
@@ -287,7 +302,8 @@ TEST_F(MemoryTest, TextVariablesHoldWhatWasStored) {
     } else if (uChoice == 1) {
       pszResult = MemFreeStringSet(&psz, MemAllocString_((strModel = str)->c_str(), 1, "test"));
     } else if (uChoice == 2) {
-      pszResult = i % 2 ? MemFreeStringAlloc_(&psz, nullptr, 1, "test") : MemFreeStringSet(&psz, nullptr);
+      pszResult =
+          i % 2 ? MemFreeStringAlloc_(&psz, nullptr, 1, "test") : MemFreeStringSet(&psz, nullptr);
       strModel.reset();
     } else if (uChoice == 3) {
       EXPECT_EQ(MemFreeStringSet(&psz, psz), pszResult) << "is kept";

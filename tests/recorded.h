@@ -44,7 +44,8 @@ struct __attribute__((packed)) everything {
 #define SIZE_NAMES(NAME) NAME("Small", 1) NAME("Big", 65535UL)
 INI_ENUMERATION(edscSize, SIZE_NAMES);
 
-#define COLOUR_NAMES(NAME) NAME("Red", COLOUR_RED) NAME("Blue", COLOUR_BLUE) NAME("All", 0xFFFFFFFEUL)
+#define COLOUR_NAMES(NAME) \
+  NAME("Red", COLOUR_RED) NAME("Blue", COLOUR_BLUE) NAME("All", 0xFFFFFFFEUL)
 INI_ENUMERATION(edscColour, COLOUR_NAMES);
 
 #define PLACE_PARTS(PART) PART("Town", 3) PART("Rack", 4)

@@ -38,7 +38,8 @@ class Capture {
     std::fflush(pf_);
     std::string str;
     char ach[4096];
-    for (ssize_t cb; (cb = pread(fileno(pfTaken_), ach, sizeof ach, offTaken_)) > 0; offTaken_ += cb)
+    for (ssize_t cb; (cb = pread(fileno(pfTaken_), ach, sizeof ach, offTaken_)) > 0;
+         offTaken_ += cb)
       str.append(ach, static_cast<std::size_t>(cb));
     return str;
   }
@@ -60,7 +61,9 @@ class Reports {
   }
   Reports(const Reports &) = delete;
   Reports &operator=(const Reports &) = delete;
-  std::vector<std::string> Take() { return std::exchange(astrMessages_, {}); } // those since the last call
+  std::vector<std::string> Take() {
+    return std::exchange(astrMessages_, {});
+  } // those since the last call
 
  private:
   static ULONG Keep(ULONG, const char *pszMessage) {
@@ -77,8 +80,11 @@ class FailMalloc {
   ~FailMalloc() { uCallsLeft_ = 0; }
   FailMalloc(const FailMalloc &) = delete;
   FailMalloc &operator=(const FailMalloc &) = delete;
-  static bool Works(); // false where a sanitizer or Valgrind keeps malloc, and looks at what is done with freed memory
-  static bool IsDue() { return uCallsLeft_ > 0 && --uCallsLeft_ == 0; } // asked by malloc, once a call
+  static bool
+  Works(); // false where a sanitizer or Valgrind keeps malloc, and looks at what is done with freed memory
+  static bool IsDue() {
+    return uCallsLeft_ > 0 && --uCallsLeft_ == 0;
+  } // asked by malloc, once a call
 
  private:
   static inline unsigned uCallsLeft_ = 0;
@@ -97,7 +103,9 @@ class NoLeak : public testing::Test {
     EXPECT_EQ(Blocks(), 0u);
     EXPECT_EQ(Amount(), 0u);
   }
-  ULONG Amount() const { return MemQueryMemoryAllocated() - ulAmount_; } // of the test: bytes, and blocks
+  ULONG Amount() const {
+    return MemQueryMemoryAllocated() - ulAmount_;
+  } // of the test: bytes, and blocks
   ULONG Blocks() const {
     ULONG ulBlocks;
     MemQueryStatus(nullptr, &ulBlocks);

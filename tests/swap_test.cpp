@@ -1,4 +1,4 @@
-// Reversal of values, arrays and described data, against reversal byte by byte.
+// swap_test.cpp: reversal of values, arrays and described data.
 
 #include "zebbase/swp.h"
 
@@ -14,48 +14,62 @@ template <typename T, void (*pfnSwap)(T *)>
 void SwapEach(BYTE *pb, ULONG ulCount) {
   for (; ulCount > 0; ulCount--, pb += sizeof(T)) pfnSwap(reinterpret_cast<T *>(pb));
 }
-void SwapArray(BYTE *pb, ULONG ulCount) { SwpSwapLongArray(reinterpret_cast<ULONG *>(pb), ulCount); }
+void SwapArray(BYTE *pb, ULONG ulCount) {
+  SwpSwapLongArray(reinterpret_cast<ULONG *>(pb), ulCount);
+}
 
-TEST(SwpSwap, ReversesEachValueOfAnyBitPatternAtAnyAddressAndNothingBesides) {
+TEST(Swp, ReversesEachValueOfAnyBitPatternAtAnyAddressAndNothingBesides) {
   const struct {
-    void (*pfnSwap)(BYTE *, ULONG);
     ULONG ulWidth;
-  } aCase[] = {{SwapEach<SHORT, SwpSwapShort>, 2},
-               {SwapEach<USHORT, SwpSwapUShort>, 2},
-               {SwapEach<LONG, SwpSwapLong>, 4},
-               {SwapEach<ULONG, SwpSwapULong>, 4},
-               {SwapEach<float, SwpSwapFloat>, 4},
-               {SwapEach<double, SwpSwapDouble>, 8},
-               {SwapArray, 4}};
-  const BYTE abNaN[] = {0x7F, 0xA0, 1, 2, 1, 2, 0xA0, 0x7F, 3, 4, 5, 6, 7, 8, 0xF4, 0x7F}; // signalling
-  for (const auto &[pfnSwap, ulWidth] : aCase)
+    void (*pfnSwap)(BYTE *, ULONG);
+  } aCase[] = {
+      {2, SwapEach<SHORT, SwpSwapShort>},
+      {2, SwapEach<USHORT, SwpSwapUShort>},
+      {4, SwapEach<LONG, SwpSwapLong>},
+      {4, SwapEach<ULONG, SwpSwapULong>},
+      {4, SwapEach<float, SwpSwapFloat>},
+      {8, SwapEach<double, SwpSwapDouble>},
+      {4, SwapArray},
+  };
+  const Bytes abNaN = {0x7F, 0xA0, 1, 2, 1, 2, 0xA0, 0x7F,
+                       3,    4,    5, 6, 7, 8, 0xF4, 0x7F}; // signalling
+  for (const auto &[ulWidth, pfnSwap] : aCase)
     for (const ULONG ulCount : {0U, 1U, 2U, 3U, 15U, 16U, 17U, 67U})
       for (ULONG ulAt = 0; ulAt < 17; ulAt++) {
-        Bytes abBefore(ulAt + ulCount * ulWidth + 3);
-        for (ULONG ul = 0; ul < abBefore.size(); ul++)
-          abBefore[ul] = ul < ulAt + 16 ? abNaN[(ul - ulAt) % 16] : static_cast<BYTE>(ul);
+        SCOPED_TRACE(testing::Message() << ulCount << " of " << ulWidth << " bytes at " << ulAt);
+        Bytes abBefore(ulAt + ulCount * ulWidth + 16 + 3);
+        std::iota(abBefore.begin(), abBefore.end(), BYTE{0});
+        std::copy(abNaN.begin(), abNaN.end(), abBefore.begin() + ulAt);
         Bytes ab = abBefore, abExpected = abBefore;
-        for (BYTE *pb = &abExpected[ulAt], *pbEnd = pb + ulCount * ulWidth; pb < pbEnd; pb += ulWidth)
+        for (ULONG ul = 0; ul < ulCount; ul++) {
+          BYTE *pb = &abExpected[ulAt + ul * ulWidth];
           std::reverse(pb, pb + ulWidth);
+        }
+
         pfnSwap(&ab[ulAt], ulCount);
-        EXPECT_EQ(ab, abExpected) << ulCount << " values of " << ulWidth << " bytes at " << ulAt;
+        EXPECT_EQ(ab, abExpected);
+
         pfnSwap(&ab[ulAt], ulCount);
         EXPECT_EQ(ab, abBefore);
       }
 }
 
-TEST(SwpSwapField, LeavesWhatIsNoNumberAndMovesOverIt) {
-  SDSC sdsc = {}, sdscEmpty = {1, 0, 0, 0, {Field("", FT_STRUCT, 0xFFFFFFFF)}};
-  sdsc.afdsc[sdsc.ulFields++] = Field("", FT_STRUCT, 0xFFFFFFFF, &sdscEmpty); // nothing, however often
-  for (const ULONG ulType : {2U, 9U, 10U, 14U, 15U, 16U, 17U, 18U, 24U, 29U, 26U, 27U, 28U, 4U})
+TEST(Swp, LeavesWhatIsNoNumberAndMovesOverIt) {
+  SDSC sdscEmpty = Describe({Field("", FT_STRUCT, 0xFFFFFFFF)}); // nothing, however often
+  SDSC sdsc = Describe({Field("", FT_STRUCT, 0xFFFFFFFF, &sdscEmpty)});
+  for (const ULONG ulType :
+       {FT_BYTE, FT_STRING, FT_PSZ, FT_FIXEDSTRING, FT_DOTTED, FT_VERBOSITY, FT_INTERVAL, 18, 24,
+        FT_TYPES, FT_STRUCTLIST, FT_VALUELIST, FT_STRUCTPTR, FT_USHORT})
     sdsc.afdsc[sdsc.ulFields++] = Field("", ulType, 2, &sdsc);
   const FDSC fdsc = Field("", FT_STRUCT, 2, &sdsc);
-  Bytes ab(2 * (4 * 2 + 6 * 8 + 4));
+  Bytes ab(2 * (4 * 2 + 6 * 8 + 4)); // of each structure, the last four are numbers
   std::iota(ab.begin(), ab.end(), BYTE{0});
   Bytes abExpected = ab;
   for (const ULONG ul : {56U, 58U, 116U, 118U}) std::swap(abExpected[ul], abExpected[ul + 1]);
+
   BYTE *pb = ab.data();
   SwpSwapField(&pb, &fdsc, 0);
+
   EXPECT_EQ(pb, ab.data() + ab.size());
   EXPECT_EQ(ab, abExpected);
 }
@@ -65,9 +79,11 @@ struct NODE {
   NODE *apnode[2];
 } __attribute__((packed));
 
-TEST(SwpSwapStructure, FollowsTheFirstReferenceAndOnceAroundACycle) {
-  SDSC sdsc = {2, 0, 0, 0, {Field("", FT_USHORT), Field("", FT_STRUCTPTR, 2, &sdsc)}};
-  NODE nodeOther = {0x0A0B, {}}, node3 = {0x0506, {}}, node2 = {0x0304, {&node3, &nodeOther}};
+TEST(Swp, FollowsTheFirstReferenceAndOnceAroundACycle) {
+  SDSC sdsc = Describe({Field("", FT_USHORT), Field("", FT_STRUCTPTR, 2, &sdsc)});
+  NODE nodeOther = {0x0A0B, {}};
+  NODE node3 = {0x0506, {}};
+  NODE node2 = {0x0304, {&node3, &nodeOther}};
   NODE node1 = {0x0102, {&node2, nullptr}};
   const auto Swap = [&](ULONG fFollow) {
     BYTE *pb = reinterpret_cast<BYTE *>(&node1);
@@ -75,6 +91,7 @@ TEST(SwpSwapStructure, FollowsTheFirstReferenceAndOnceAroundACycle) {
     EXPECT_EQ(pb, reinterpret_cast<BYTE *>(&node1 + 1));
     return std::vector<ULONG>{node1.us, node2.us, node3.us, nodeOther.us};
   };
+
   EXPECT_EQ(Swap(0), (std::vector<ULONG>{0x0201, 0x0304, 0x0506, 0x0A0B}));
   EXPECT_EQ(Swap(0x100), (std::vector<ULONG>{0x0102, 0x0403, 0x0605, 0x0A0B}));
   for (NODE *pnode : {&node1, &node2, &node3}) {
