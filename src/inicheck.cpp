@@ -3,7 +3,9 @@
 // the reader stops, and marks what it finds. A second pass goes over the entries that have no mark. Nothing is stored.
 
 #include <cmath>
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -77,9 +79,7 @@ class Nearest {
   }
 
   bool IsDescribed() const { return fDescribed_; } // one of those offered was it
-  void PutInto(Output &out) const {
-    if (near_.Length() > 0) out.Put(", perhaps ").Put(near_.View());
-  }
+  const char *Text() { return near_.Text(); }      // empty for none
 
  private:
   const std::string_view svSought_;
@@ -88,7 +88,23 @@ class Nearest {
   bool fDescribed_ = false;
 };
 
-// --- Values. Each check gives the class of a finding, and what it says behind the value; or 0. ---
+// What a finding says behind its place.
+struct WHY {
+  char szText[400] = "";
+
+  [[gnu::format(printf, 3, 4)]] ULONG Say(ULONG ulClass, const char *pszFormat, ...) { // gives the class
+    va_list args;
+    va_start(args, pszFormat);
+    std::vsnprintf(szText, sizeof szText, pszFormat, args);
+    va_end(args);
+    return ulClass;
+  }
+  ULONG SayUnknown(ULONG ulClass, const char *pszWhat, Nearest &nearest) {
+    return Say(ulClass, "%s%s%s", pszWhat, *nearest.Text() ? ", perhaps " : "", nearest.Text());
+  }
+};
+
+// --- Values. Each check gives the class of a finding and says what is wrong; or 0. ---
 
 bool IsBlank(const char *psz) { return *SkipSpace(psz) == '\0'; } // to its end
 
@@ -101,7 +117,7 @@ std::uint64_t ReadLongDigits(const char *&psz) {
 }
 
 // Two values of all different bytes: what leaves both of them as they were is not read.
-ULONG CheckThroughFormat(FieldView field, const char *psz, Output &out) {
+ULONG CheckThroughFormat(FieldView field, const char *psz, WHY &why) {
   bool fRead = false;
   for (const int iByte : {0x00, 0xFF}) {
     BYTE ab[sizeof(double)], abBefore[sizeof ab];
@@ -110,24 +126,31 @@ ULONG CheckThroughFormat(FieldView field, const char *psz, Output &out) {
     SetValue(field, ab, psz);
     fRead |= std::memcmp(ab, abBefore, sizeof ab) != 0;
   }
-  if (fRead) return 0;
-  out.Put("is not read through the format ").Put(field.Format());
-  return INI_FINDING_NUMBER;
+  return fRead ? 0 : why.Say(INI_FINDING_NUMBER, "is not read through the format %s", field.Format());
 }
 
-template <std::int64_t llLeast, std::int64_t llMost>
-ULONG CheckInteger(FieldView field, const char *psz, Output &out) {
-  if (field.Format()) return CheckThroughFormat(field, psz, out);
+struct INTEGERRANGE {
+  ULONG ulType;
+  std::int64_t llLeast, llMost;
+};
+constexpr INTEGERRANGE aRange[] = {{FT_BYTE, 0, 255},
+                                   {FT_SHORT, -32768, 32767},
+                                   {FT_USHORT, 0, 65535},
+                                   {FT_LONG, -2147483648LL, 2147483647},
+                                   {FT_ULONG, 0, 4294967295LL}};
+
+ULONG CheckInteger(FieldView field, const char *psz, WHY &why) {
+  if (field.Format()) return CheckThroughFormat(field, psz, why);
+  const INTEGERRANGE &range = aRange[field.Type() - FT_BYTE];
   psz = SkipSpace(psz);
   const bool fNegative = *psz == '-';
   if (*psz == '-' || *psz == '+') psz++;
   const bool fNumber = IsDigit(*psz);
-  const auto ll = static_cast<std::int64_t>(ReadLongDigits(psz));
-  if (!fNumber || !IsBlank(psz)) return out.Put("is no whole number"), INI_FINDING_NUMBER;
-  if ((fNegative ? -ll : ll) >= llLeast && (fNegative ? -ll : ll) <= llMost) return 0;
-  out.Put(llLeast < 0 ? "is beyond -" : "is beyond ").PutNumber(static_cast<ULONG>(-llLeast));
-  out.Put(" to ").PutNumber(static_cast<ULONG>(llMost));
-  return INI_FINDING_RANGE;
+  const auto llSize = static_cast<std::int64_t>(ReadLongDigits(psz));
+  const std::int64_t ll = fNegative ? -llSize : llSize;
+  if (!fNumber || !IsBlank(psz)) return why.Say(INI_FINDING_NUMBER, "is no whole number");
+  if (ll >= range.llLeast && ll <= range.llMost) return 0;
+  return why.Say(INI_FINDING_RANGE, "is beyond %lld to %lld", range.llLeast, range.llMost);
 }
 
 bool HasValue(const char *psz) { // a decimal fraction that is not zero
@@ -136,45 +159,40 @@ bool HasValue(const char *psz) { // a decimal fraction that is not zero
 }
 
 template <typename T>
-ULONG CheckReal(FieldView field, const char *psz, Output &out) {
-  if (field.Format()) return CheckThroughFormat(field, psz, out);
+ULONG CheckReal(FieldView field, const char *psz, WHY &why) {
+  if (field.Format()) return CheckThroughFormat(field, psz, why);
   psz = SkipSpace(psz);
   const char *pszEnd = psz;
   T t;
-  if (!ScanReal(pszEnd, t) || !IsBlank(pszEnd)) return out.Put("is no number"), INI_FINDING_NUMBER;
+  if (!ScanReal(pszEnd, t) || !IsBlank(pszEnd)) return why.Say(INI_FINDING_NUMBER, "is no number");
   if (!HasValue(psz) || (!std::isinf(t) && t != 0)) return 0;
-  out.Put("is beyond the range of its field");
-  return INI_FINDING_RANGE;
+  return why.Say(INI_FINDING_RANGE, "is beyond the range of its field");
 }
 
-ULONG CheckTruth(FieldView, const char *psz, Output &out) {
+ULONG CheckTruth(FieldView, const char *psz, WHY &why) {
   if (CompareNoCase(psz, "TRUE", 4) == 0 || EqualNoCase(psz, "YES")) return 0;
   for (const char *pszFalse : {"FALSE", "NO"})
     if (StartsWithNoCase(psz, pszFalse) && IsBlank(psz + std::strlen(pszFalse))) return 0;
-  out.Put("is neither TRUE nor FALSE");
-  return INI_FINDING_TRUTH;
+  return why.Say(INI_FINDING_TRUTH, "is neither TRUE nor FALSE");
 }
 
-ULONG CheckName(FieldView field, const char *psz, Output &out) {
+ULONG CheckName(FieldView field, const char *psz, WHY &why) {
   const auto *pedsc = static_cast<const EDSC *>(field.Desc());
   const ULONG ulNames = pedsc ? std::min<ULONG>(pedsc->ulCount, INI_MAX_NAMES) : 0;
   Nearest nearest(psz);
   for (ULONG ul = 0; ul < ulNames; ul++)
     if (pedsc->apszName[ul]) nearest.Offer(0, pedsc->apszName[ul], false);
   if (nearest.IsDescribed()) return 0;
-  out.Put("is none of its names");
-  nearest.PutInto(out);
-  return INI_FINDING_NAME;
+  return why.SayUnknown(INI_FINDING_NAME, "is none of its names", nearest);
 }
 
-ULONG CheckRealTime(FieldView, const char *psz, Output &out) {
+ULONG CheckRealTime(FieldView, const char *psz, WHY &why) {
   REALTIME rt;
-  if (TmeTextToRealTime(psz, &rt) != 0) return out.Put("is no time such as 2026-11-23_04:05:06"), INI_FINDING_TIME;
+  if (TmeTextToRealTime(psz, &rt) != 0) return why.Say(INI_FINDING_TIME, "is no time such as 2026-11-23_04:05:06");
   const REALTIME rtRead = TmeStringToRealTime(psz);
   if (std::fabs(rtRead - rt) < 0.00011) return 0; // its step, and a little
   char szRead[TME_STRING_SIZE];
-  out.Put("is read as ").Put(TmeRealTimeToString(rtRead, szRead));
-  return INI_FINDING_TIME;
+  return why.Say(INI_FINDING_TIME, "is read as %s", TmeRealTimeToString(rtRead, szRead));
 }
 
 // Whether a field takes all of a text but blanks at its end.
@@ -183,25 +201,21 @@ bool Fits(std::string_view sv, ULONG ulRoom) {
   return sv.size() <= ulRoom;
 }
 
-ULONG CutAt(ULONG ulRoom, Output &out) {
-  out.Put("is cut after ").PutNumber(ulRoom).Put(" characters");
-  return INI_FINDING_TEXT;
-}
+ULONG CutAt(ULONG ulRoom, WHY &why) { return why.Say(INI_FINDING_TEXT, "is cut after %lu characters", ulRoom); }
 
-ULONG CheckString(FieldView field, const char *psz, Output &out) {
+ULONG CheckString(FieldView field, const char *psz, WHY &why) {
   const ULONG ulRoom = field.Count() > 0 ? field.Count() - 1 : 0;
-  return std::strlen(psz) <= ulRoom ? 0 : CutAt(ulRoom, out);
+  return std::strlen(psz) <= ulRoom ? 0 : CutAt(ulRoom, why);
 }
 
-ULONG CheckFixedString(FieldView field, const char *psz, Output &out) {
-  if (!Fits(psz, field.Count())) return CutAt(field.Count(), out);
+ULONG CheckFixedString(FieldView field, const char *psz, WHY &why) {
+  if (!Fits(psz, field.Count())) return CutAt(field.Count(), why);
   while (IsPrintable(*psz)) psz++;
   if (*psz == '\0') return 0;
-  out.Put("has characters that become blanks");
-  return INI_FINDING_TEXT;
+  return why.Say(INI_FINDING_TEXT, "has characters that become blanks");
 }
 
-ULONG CheckDotted(FieldView field, const char *psz, Output &out) {
+ULONG CheckDotted(FieldView field, const char *psz, WHY &why) {
   ULONG ulLeft = field.Count();
   bool fFits = true;
   for (const FieldView subfield : field.Structure()) {
@@ -212,14 +226,12 @@ ULONG CheckDotted(FieldView field, const char *psz, Output &out) {
     ulLeft -= ulWidth;
   }
   if (fFits && *psz == '\0') return 0;
-  out.Put("is cut: a part is too long, or one too many");
-  return INI_FINDING_TEXT;
+  return why.Say(INI_FINDING_TEXT, "is cut: a part is too long, or one too many");
 }
 
-ULONG CheckVerbosity(FieldView, const char *psz, Output &out) {
+ULONG CheckVerbosity(FieldView, const char *psz, WHY &why) {
   if (IsVerbosity(psz)) return 0;
-  out.Put("has an unknown word: a verbosity is such as Error|Warning|Area3");
-  return INI_FINDING_VERBOSITY;
+  return why.Say(INI_FINDING_VERBOSITY, "has an unknown word: a verbosity is such as Error|Warning|Area3");
 }
 
 // Whether a text is an interval: numbers with their units, the last perhaps without one.
@@ -235,40 +247,27 @@ bool ReadInterval(const char *psz, std::uint64_t &ullTotal) {
   return *psz == '\0';
 }
 
-ULONG CheckInterval(FieldView, const char *psz, Output &out) {
+ULONG CheckInterval(FieldView, const char *psz, WHY &why) {
   std::uint64_t ullTotal = 0;
   if (IsBlank(psz) || !ReadInterval(psz, ullTotal))
-    return out.Put("is no interval such as 1d2h3m4s"), INI_FINDING_INTERVAL;
+    return why.Say(INI_FINDING_INTERVAL, "is no interval such as 1d2h3m4s");
   if (ullTotal <= 0xFFFFFFFF) return 0;
-  out.Put("is beyond 49710d6h28m15s");
-  return INI_FINDING_RANGE;
+  return why.Say(INI_FINDING_RANGE, "is beyond 49710d6h28m15s");
 }
 
-ULONG CheckNothing(FieldView, const char *, Output &) { return 0; }
+ULONG CheckNothing(FieldView, const char *, WHY &) { return 0; }
 
 struct VALUECHECK {
   ULONG ulType;
-  ULONG (*pfnCheck)(FieldView field, const char *psz, Output &out);
+  ULONG (*pfnCheck)(FieldView field, const char *psz, WHY &why);
 };
 constexpr VALUECHECK aCheck[] = {
-    {FT_BOOL16, CheckTruth},
-    {FT_BOOL32, CheckTruth},
-    {FT_BYTE, CheckInteger<0, 255>},
-    {FT_SHORT, CheckInteger<-32768, 32767>},
-    {FT_USHORT, CheckInteger<0, 65535>},
-    {FT_LONG, CheckInteger<-2147483648LL, 2147483647>},
-    {FT_ULONG, CheckInteger<0, 4294967295LL>},
-    {FT_FLOAT, CheckReal<float>},
-    {FT_DOUBLE, CheckReal<double>},
-    {FT_STRING, CheckString},
-    {FT_PSZ, CheckNothing},
-    {FT_ENUM16, CheckName},
-    {FT_ENUM32, CheckName},
-    {FT_REALTIME, CheckRealTime},
-    {FT_FIXEDSTRING, CheckFixedString},
-    {FT_DOTTED, CheckDotted},
-    {FT_VERBOSITY, CheckVerbosity},
-    {FT_INTERVAL, CheckInterval},
+    {FT_BOOL16, CheckTruth},  {FT_BOOL32, CheckTruth},        {FT_BYTE, CheckInteger},
+    {FT_SHORT, CheckInteger}, {FT_USHORT, CheckInteger},      {FT_LONG, CheckInteger},
+    {FT_ULONG, CheckInteger}, {FT_FLOAT, CheckReal<float>},   {FT_DOUBLE, CheckReal<double>},
+    {FT_STRING, CheckString}, {FT_PSZ, CheckNothing},         {FT_ENUM16, CheckName},
+    {FT_ENUM32, CheckName},   {FT_REALTIME, CheckRealTime},   {FT_FIXEDSTRING, CheckFixedString},
+    {FT_DOTTED, CheckDotted}, {FT_VERBOSITY, CheckVerbosity}, {FT_INTERVAL, CheckInterval},
 };
 static_assert([] {
   ULONG ulType = 0;
@@ -278,8 +277,6 @@ static_assert([] {
 }());
 
 // --- The file ---
-
-using Why = TextBuffer<400>;
 
 class Checker {
  public:
@@ -304,32 +301,31 @@ class Checker {
   ULONG IndexOf(const INIENTRY &entry) const { return static_cast<ULONG>(&entry - ini_.aentry); }
   ULONG LineOf(const INIENTRY *pentry) const { return pchk_ && pentry ? pchk_->aulLine[IndexOf(*pentry)] : 0; }
 
-  void PutText(Output &out, const INIFINDING &finding, std::string_view svWhy) const {
-    if (pchk_) out.Put(pchk_->szFile).Put(':');
-    if (finding.ulLine != 0) out.PutNumber(finding.ulLine).Put(':');
-    if (pchk_) out.Put(' ');
-    if (*finding.pszSection || !finding.pszKey) out.Put('[').Put(finding.pszSection).Put(']');
-    if (*finding.pszSection && finding.pszKey) out.Put(' ');
-    if (finding.pszKey) out.Put(finding.pszKey);
-    out.Put(": ").Put(svWhy);
+  // server.ini:4: [Server] Port: why
+  void SetText(INIFINDING &finding, const char *pszValue, const char *pszWhy) const {
+    char szPlace[ulShownName + 16] = "";
+    if (pchk_ && finding.ulLine != 0) Format(szPlace, "%s:%lu: ", pchk_->szFile, finding.ulLine);
+    if (pchk_ && finding.ulLine == 0) Format(szPlace, "%s: ", pchk_->szFile);
+    const bool fSection = *finding.pszSection || !finding.pszKey;
+    const char *pszKey = finding.pszKey ? finding.pszKey : "";
+    Format(finding.szText, "%s%s%s%s%s: %s%s%s%s", szPlace, fSection ? "[" : "", finding.pszSection,
+           !fSection ? ""
+           : *pszKey ? "] "
+                     : "]",
+           pszKey, pszValue ? "'" : "", pszValue ? pszValue : "", pszValue ? "' " : "", pszWhy);
+    MakeOneLine(finding.szText);
   }
 
-  // A null entry is one that the file does not have, a null key stands for the section itself.
-  void Report(ULONG ulClass, const INIENTRY *pentry, const char *pszSection, const char *pszKey,
-              std::string_view svWhy) {
-    INIFINDING finding = {ulClass,
-                          ulClass != INI_FINDING_MISSING,
-                          LineOf(pentry),
-                          pszSection,
-                          pszKey,
-                          pentry ? pentry->pszValue : nullptr,
-                          ""};
-    ulMistakes_ += finding.fMistake;
+  // A null entry is one that the file does not have, a null key stands for the section itself. The text begins with
+  // the value where it is about that.
+  void Report(ULONG ulClass, const INIENTRY *pentry, const char *pszSection, const char *pszKey, const char *pszWhy,
+              bool fValue = false) {
+    const bool fMistake = ulClass != INI_FINDING_MISSING;
+    ulMistakes_ += fMistake;
     if (!pfnReport_) return;
-    Output out(finding.szText, sizeof finding.szText - 1);
-    PutText(out, finding, svWhy);
-    out.Text();
-    MakeOneLine(finding.szText);
+    const char *pszValue = pentry ? pentry->pszValue : nullptr;
+    INIFINDING finding = {ulClass, fMistake, LineOf(pentry), pszSection, pszKey, pszValue, ""};
+    SetText(finding, fValue ? pszValue : nullptr, pszWhy);
     fRefused_ |= pfnReport_(&finding, pvUser_) != 0;
   }
 
@@ -385,10 +381,9 @@ class Checker {
 
   void CheckValue(FieldView field, const INIENTRY &entry) {
     if (field.Type() > FT_INTERVAL) return;
-    Why why;
-    why.Put('\'').Put(entry.pszValue).Put("' ");
+    WHY why;
     const ULONG ulClass = aCheck[field.Type()].pfnCheck(field, entry.pszValue, why);
-    if (ulClass != 0) Report(ulClass, &entry, path_.Text(), entry.pszName, why.View());
+    if (ulClass != 0) Report(ulClass, &entry, path_.Text(), entry.pszName, why.szText, true);
   }
 
   struct SECTION {
@@ -477,29 +472,25 @@ class Checker {
     for (const FieldView fieldWithin : field.Structure()) OfferSections(nearest, fieldWithin, svSought, cbWithin);
   }
 
-  // An entry that the first pass has not found. pszSection is where it stands, or its own name.
-  void ReportRest(const INIENTRY &entry, const char *pszSection, const INIENTRY *pentryFirst, const Nearest &nearest) {
-    const char *pszKey = entry.flTitle ? nullptr : entry.pszName;
-    Why why;
-    if (pentryFirst != &entry) {
-      why.Put("a second one, which is not read");
-      if (pchk_) why.Put("; the first is in line ").PutNumber(LineOf(pentryFirst));
-      return Report(INI_FINDING_TWICE, &entry, pszSection, pszKey, why.View());
-    }
-    if (nearest.IsDescribed()) {
-      why.Put("not read, because ").Put(pszKey ? "its number does not follow" : "one before it or around it is not");
-      return Report(INI_FINDING_NOT_READ, &entry, pszSection, pszKey, why.View());
-    }
-    why.Put(entry.flTitle ? "unknown section" : "unknown key");
-    nearest.PutInto(why);
-    Report(INI_FINDING_UNKNOWN, &entry, pszSection, pszKey, why.View());
+  // Why the first pass has not found an entry, of whose name pentryFirst is the first. Result: the class.
+  ULONG WhyNotFound(const INIENTRY &entry, const INIENTRY *pentryFirst, Nearest &nearest, WHY &why) const {
+    if (pentryFirst != &entry && !pchk_) return why.Say(INI_FINDING_TWICE, "a second one, which is not read");
+    if (pentryFirst != &entry)
+      return why.Say(INI_FINDING_TWICE, "a second one, which is not read; the first is in line %lu",
+                     LineOf(pentryFirst));
+    if (!nearest.IsDescribed())
+      return why.SayUnknown(INI_FINDING_UNKNOWN, entry.flTitle ? "unknown section" : "unknown key", nearest);
+    return why.Say(INI_FINDING_NOT_READ, "not read, because %s",
+                   entry.flTitle ? "one before it or around it is not" : "its number does not follow");
   }
 
   void CheckRestTitle(const INIENTRY &entry, FieldView field) {
     Nearest nearest(entry.pszName);
     ulSteps_ = ulMostSteps;
     if (pfnReport_) OfferSections(nearest, field, entry.pszName, 0);
-    ReportRest(entry, entry.pszName, titles_.Find(entry.pszName, 0), nearest);
+    WHY why;
+    const ULONG ulClass = WhyNotFound(entry, titles_.Find(entry.pszName, 0), nearest, why);
+    Report(ulClass, &entry, entry.pszName, nullptr, why.szText);
   }
 
   // pentryTitle is null for the keys before the first title.
@@ -511,7 +502,9 @@ class Checker {
     if (!pentryTitle) OfferKeys(nearest, field);
     if (pentryTitle)
       for (const FieldView fieldWithin : StructureView(apvMark_[ulStart - 1])) OfferKeys(nearest, fieldWithin);
-    ReportRest(entry, pentryTitle ? pentryTitle->pszName : "", keys_.Find(entry.pszName, ulStart), nearest);
+    WHY why;
+    const ULONG ulClass = WhyNotFound(entry, keys_.Find(entry.pszName, ulStart), nearest, why);
+    Report(ulClass, &entry, pentryTitle ? pentryTitle->pszName : "", entry.pszName, why.szText);
   }
 
   // Of a section that is not read, the title stands for its keys, too.

@@ -41,6 +41,7 @@ struct KEY {
   std::string_view First() const { return UpTo(name.View(), cbFirst); }
 };
 
+// Once for a file, and never for most: out of the way of the entries, and small. That is what is cold here.
 class FileParser {
  public:
   FileParser(PARSECTX *pprs, bool fLenient, ErrorRecord &error) : pprs_(pprs), fLenient_(fLenient), error_(error) {}
@@ -68,7 +69,7 @@ class FileParser {
   }
 
   // The whole of a file that may be without a header. A first title of one word is the header.
-  bool ReadLeniently(CHECKEDFILE *pchk) {
+  [[gnu::cold]] bool ReadLeniently(CHECKEDFILE *pchk) {
     if (StartsWith(RestOfLine(pprs_), szMark)) PrsGetPattern(pprs_, "%?%?%?");
     while (TakeComment()) continue;
     pini_ = &pchk->ini;
@@ -86,7 +87,7 @@ class FileParser {
 
   // --- What is wrong ---
 
-  [[gnu::format(printf, 4, 5)]] bool Fail(ULONG ulCode, ULONG ulLine, const char *pszFormat, ...) {
+  [[gnu::cold, gnu::format(printf, 4, 5)]] bool Fail(ULONG ulCode, ULONG ulLine, const char *pszFormat, ...) {
     va_list args;
     va_start(args, pszFormat);
     ulFault_ = ReadError(pprs_) != 0 ? INI_ERROR_SYSTEM : ulCode; // an end that is none explains all else
@@ -98,11 +99,11 @@ class FileParser {
     return false;
   }
 
-  bool FailLength(const char *pszWhat) {
+  [[gnu::cold]] bool FailLength(const char *pszWhat) {
     return Fail(INI_ERROR_LENGTH, Line(), "a %s of more than %d characters", pszWhat, INI_MAX_TEXT);
   }
 
-  bool FailHeader() {
+  [[gnu::cold]] bool FailHeader() {
     const std::string_view sv = RestOfLine(pprs_);
     if (StartsWith(sv, szMark)) return Fail(INI_ERROR_MARK, Line(), "a byte-order mark before the header");
     if (StartsWith(sv, "\xFF\xFE") || StartsWith(sv, "\xFE\xFF"))
@@ -110,14 +111,14 @@ class FileParser {
     return Fail(INI_ERROR_HEADER, Line(), "no header such as [ settings.ini ]");
   }
 
-  bool FailHeaderEnd() {
+  [[gnu::cold]] bool FailHeaderEnd() {
     if (IsOneOf(CharHere(), INI_SEPARATORS))
       return Fail(INI_ERROR_HEADER, Line(), "a header cannot hold '%c'", CharHere());
     return Fail(INI_ERROR_HEADER, Line(), "a header is one word and a ']'");
   }
 
   // A title that is still open on a further line has mostly lost its end.
-  bool FailTitle(ULONG ulCode) {
+  [[gnu::cold]] bool FailTitle(ULONG ulCode) {
     if (PrsIsEndOfFile(pprs_) || Line() != ulLine_)
       return Fail(INI_ERROR_TITLE, ulLine_, "the title is not closed by a ']'");
     if (ulCode == INI_ERROR_LENGTH) return FailLength("title");
@@ -125,7 +126,7 @@ class FileParser {
   }
 
   // The words of a key are not followed by a '='.
-  bool FailKey(const KEY &key) {
+  [[gnu::cold]] bool FailKey(const KEY &key) {
     const char ch = Line() == key.ulLine ? CharHere() : '\0'; // which stands in the way
     const bool fOneLine = key.ulLineSecond == key.ulLine || key.ulLineSecond == 0;
     const bool fTight = (fOneLine ? key.name.View() : key.First()).find('=') != std::string_view::npos;
@@ -173,7 +174,7 @@ class FileParser {
     return AddEntry(name.View(), {});
   }
 
-  bool ReadHeaderOrTitle() {
+  [[gnu::cold]] bool ReadHeaderOrTitle() {
     Name name;
     ulLine_ = Line();
     if (!JoinWord(name)) return FailTitle(INI_ERROR_LENGTH);
@@ -258,7 +259,7 @@ INIFILE *OpenForReading(const char *pszFile) {
 }
 
 // The second look at a file that breaks the format. Input that cannot be read again stays refused for what was wrong.
-bool ReadAgain(PARSECTX *pprs, CHECKEDFILE *pchk, ErrorRecord &error) {
+[[gnu::cold]] bool ReadAgain(PARSECTX *pprs, CHECKEDFILE *pchk, ErrorRecord &error) {
   if (!PrsResetToLine(pprs, 1)) return false;
   SetSeparators(pprs, szLenientSeparators);
   FreeEntries(&pchk->ini);
@@ -266,7 +267,7 @@ bool ReadAgain(PARSECTX *pprs, CHECKEDFILE *pchk, ErrorRecord &error) {
   return FileParser(pprs, true, error).ReadLeniently(pchk);
 }
 
-bool ReadFile(const char *pszFile, CHECKEDFILE *pchk, ErrorRecord &error) {
+[[gnu::cold]] bool ReadFile(const char *pszFile, CHECKEDFILE *pchk, ErrorRecord &error) {
   int iError = 0;
   const Parse parse(StartParse(pszFile, 0, INI_SEPARATORS, iError));
   if (!parse && iError != 0) return error.SetSystem(iError), false;
@@ -277,7 +278,7 @@ bool ReadFile(const char *pszFile, CHECKEDFILE *pchk, ErrorRecord &error) {
   return pchk->fLenient && parser.IsTextWrong() && ReadAgain(parse.get(), pchk, error);
 }
 
-INIFILE *OpenChecked(const char *pszFile, bool fLenient, ErrorRecord &error) {
+[[gnu::cold]] INIFILE *OpenChecked(const char *pszFile, bool fLenient, ErrorRecord &error) {
   std::unique_ptr<CHECKEDFILE, CloseIni> file(New<CHECKEDFILE>(source));
   if (!file) return error.SetSystem(ENOMEM), nullptr;
   file->pchkSelf = file.get();

@@ -26,121 +26,114 @@ std::string LongPath(size_t cb) { // components of 49 characters, below the root
   return str;
 }
 
+std::string With(const std::string &str, char ch, const std::string &strFor) { // its first ch
+  const size_t cb = str.find(ch);
+  return cb == str.npos ? str : str.substr(0, cb) + strFor + str.substr(cb + 1);
+}
+
 ino_t CurrentInode() { // of the current directory, which may have no name
   struct stat st;
   return stat(".", &st) == 0 ? st.st_ino : 0;
 }
 
-class Files : public FileTest {
+class Fil : public FileTest {
  protected:
-  static void Make(std::initializer_list<std::string> files) {
+  static void Make(const Texts &files) {
     for (const std::string &str : files) std::ofstream(str).put('x');
   }
   const fs::path path_ = fs::current_path();
   const std::string strHere_ = path_.string() + "/";
 };
 
-TEST(FilParts, AgreeWithTheTableInBothForms) {
-  using Keep = BOOL (*)(char *);
-  using Get = BOOL (*)(char *, const char *);
-  constexpr Keep apfnKeep[] = {FilFileNameOf,     FilDirOf,         FilPathOf,    FilDiskOf,
-                               FilNameOfFileName, FilExtOfFileName, FilDirNameOf, FilParentOf};
-  constexpr Get apfnGet[] = {FilGetFileNameOf, FilGetDirOf,          FilGetPathOf,
-                             FilGetDiskOf,     FilGetNameOfFileName, FilGetExtOfFileName,
-                             FilGetDirNameOf,  FilGetParentOf};
-  constexpr const char *pszNo = nullptr; // the form in place gives 0 and an empty text
-  const struct {
-    const char *pszPath;
-    const char
-        *apszPart[8]; // file name, directory, path, disk; name, extension, directory name, parent
-  } aCase[] = {
-      {"C:/usr/lib/name.ext",
-       {"name.ext", "/usr/lib/", "C:/usr/lib/", "C:", "name", "ext", "lib", "C:/usr/lib/"}},
-      {"/a/b/c/", {pszNo, "/a/b/c/", "/a/b/c/", pszNo, "", "", "c", "/a/b/"}},
-      {"a/file", {"file", "a/", "a/", pszNo, "file", "", "a", "a/"}},
-      {"file", {"file", pszNo, pszNo, pszNo, "file", "", pszNo, pszNo}},
-      {"C:name.x", {"name.x", pszNo, "C:", "C:", "C:name", "x", pszNo, pszNo}},
-      {"a:b/c:d/e", {"e", "b/c:d/", "a:b/c:d/", "a:", "e", "", "c:d", "a:b/c:d/"}},
-      {"C:/x", {"x", "/", "C:/", "C:", "x", "", "/", "C:/"}},
-      {"/", {pszNo, "/", "/", pszNo, "", "", "/", pszNo}},
-      {"//x", {"x", "//", "//", pszNo, "x", "", "", "//"}},
-      {"C:", {pszNo, pszNo, "C:", "C:", "C:", "", pszNo, pszNo}},
-      {"", {pszNo, pszNo, pszNo, pszNo, "", "", pszNo, pszNo}},
-      {"/a.b/c", {"c", "/a.b/", "/a.b/", pszNo, "c", "b/c", "a.b", "/a.b/"}},
-      {"/a/b.x.y", {"b.x.y", "/a/", "/a/", pszNo, "b.x", "y", "a", "/a/"}},
-      {"/\xe4 \xff/.\xfc",
-       {".\xfc", "/\xe4 \xff/", "/\xe4 \xff/", pszNo, "", "\xfc", "\xe4 \xff", "/\xe4 \xff/"}},
-  };
-  for (size_t i = 0; i < std::size(apfnGet); i++) {
-    for (const auto &[pszPath, apszPart] : aCase) {
-      SCOPED_TRACE(std::string(pszPath) + ", part " + std::to_string(i));
-      Path pathKept(pszPath), pathGot;
-      EXPECT_EQ(apfnKeep[i](pathKept.sz), apszPart[i] ? 1u : 0u);
-      EXPECT_EQ(apfnGet[i](pathGot.sz, pszPath), 1u);
-      for (const Path *p : {&pathKept, &pathGot})
-        EXPECT_STREQ(p->sz, apszPart[i] ? apszPart[i] : "");
+TEST_F(Fil, TakesThePartsOfAPathInBothForms) {
+  const std::pair<BOOL (*)(char *), BOOL (*)(char *, const char *)> aPart[] = {
+      {FilFileNameOf, FilGetFileNameOf},
+      {FilDirOf, FilGetDirOf},
+      {FilPathOf, FilGetPathOf},
+      {FilDiskOf, FilGetDiskOf},
+      {FilNameOfFileName, FilGetNameOfFileName},
+      {FilExtOfFileName, FilGetExtOfFileName},
+      {FilDirNameOf, FilGetDirNameOf},
+      {FilParentOf, FilGetParentOf}};
+  const auto rows = Rows(R"(
+path                file-name directory path        disk name   extension dir-name parent
+C:/usr/lib/name.ext name.ext  /usr/lib/ C:/usr/lib/ C:   name   ext       lib      C:/usr/lib/
+/a/b/c/             -         /a/b/c/   /a/b/c/     -    ''     ''        c        /a/b/
+a/file              file      a/        a/          -    file   ''        a        a/
+file                file      -         -           -    file   ''        -        -
+C:name.x            name.x    -         C:          C:   C:name x         -        -
+a:b:c               b:c       -         a:          a:   a:b:c  ''        -        -
+a:b/c:d/e           e         b/c:d/    a:b/c:d/    a:   e      ''        c:d      a:b/c:d/
+C:/x                x         /         C:/         C:   x      ''        /        C:/
+/                   -         /         /           -    ''     ''        /        -
+//x                 x         //        //          -    x      ''        ''       //
+C:                  -         -         C:          C:   C:     ''        -        -
+''                  -         -         -           -    ''     ''        -        -
+/a.b/c              c         /a.b/     /a.b/       -    c      b/c       a.b      /a.b/
+/a/b.x.y            b.x.y     /a/       /a/         -    b.x    y         a        /a/
+/ä-ÿ/.ü             .ü        /ä-ÿ/     /ä-ÿ/       -    ''     ü         ä-ÿ      /ä-ÿ/
+)");
+  for (size_t i = 0; i < std::size(aPart); i++) {
+    const auto &[pfnKeep, pfnGet] = aPart[i];
+    for (const Texts &row : rows) {
+      SCOPED_TRACE("part " + std::to_string(i) + " of " + row[0]);
+      const BOOL fThere = row[i + 1] != "-"; // which only the form in place says
+      Path pathKept(row[0]), pathGot;
+      EXPECT_EQ(pfnKeep(pathKept.sz), fThere);
+      EXPECT_EQ(pfnGet(pathGot.sz, row[0].c_str()), 1u);
+      for (const Path *p : {&pathKept, &pathGot}) EXPECT_EQ(p->sz, fThere ? row[i + 1] : "");
     }
     Path pathFits, pathLong, pathNull;
-    EXPECT_EQ(apfnGet[i](pathFits.sz, LongPath(255).c_str()), 1u);
-    EXPECT_EQ(apfnGet[i](pathLong.sz, LongPath(256).c_str()) + apfnGet[i](pathNull.sz, nullptr),
-              0u);
+    EXPECT_EQ(pfnGet(pathFits.sz, LongPath(255).c_str()), 1u);
+    EXPECT_EQ(pfnGet(pathLong.sz, LongPath(256).c_str()) + pfnGet(pathNull.sz, nullptr), 0u);
     EXPECT_EQ(std::string(pathLong.sz) + pathNull.sz, "");
-    EXPECT_EQ(apfnGet[i](nullptr, "/a") + apfnKeep[i](nullptr), 0u);
+    EXPECT_EQ(pfnGet(nullptr, "/a") + pfnKeep(nullptr), 0u);
   }
-  FILSEARCH *psearch = nullptr;
-  Path path; // what else takes a name
-  EXPECT_EQ(
-      FilMakeAbsDir(path.sz, nullptr) + FilCheckPathName(nullptr, 0, 0) + FilDirExists(nullptr),
-      0u);
-  EXPECT_EQ(FilMakeDir(nullptr) + FilSetPath(nullptr) + FilFileMatch(nullptr, "a") +
-                FilGetPathFree(nullptr),
-            0u);
-  EXPECT_EQ(FilGetNextPathName(&psearch, nullptr, path.sz, 0) +
-                FilGetNextPath(&psearch, nullptr, path.sz),
-            0u);
 }
 
-TEST(FilNormalizePath, ClosesWhatNeedsIt) {
-  const std::string strFull = LongPath(254);
-  const auto astr =
-      Split("~~C:~C:~/a~/a/~/~/~" + strFull + "~" + strFull + "/"); // a path, and as it comes out
-  for (std::size_t i = 0; i < astr.size(); i += 2) {
-    Path path(astr[i]);
+TEST_F(Fil, ClosesAndResolvesDirectoriesByTextAndRefusesWhatDoesNotFit) {
+  const std::string strRoom1 = LongPath(254), strRoom5 = LongPath(249) + "/"; // so much is left
+  const std::map<std::string, std::string> closed = {
+      {"", ""}, {"C:", "C:"}, {"/a", "/a/"}, {"/", "/"}, {strRoom1, strRoom1 + "/"}};
+  for (const auto &[strDir, strClosed] : closed) {
+    Path path(strDir);
     EXPECT_EQ(FilNormalizePath(path.sz, path.sz), path.sz);
-    EXPECT_EQ(path.sz, astr[i + 1]);
+    EXPECT_EQ(path.sz, strClosed);
   }
-  EXPECT_EQ(FilNormalizePath(Path().sz, (strFull + "x").c_str()), nullptr);
+  EXPECT_EQ(FilNormalizePath(Path().sz, (strRoom1 + "x").c_str()), nullptr);
+
+  for (const Texts &row : Rows(R"(
+directory     from     absolute
+a/./b/../c    /u       /u/a/c/
+x/y           /home/u/ /home/u/x/y/
+//a//b        /u/      /a/b/
+''            /u       /u/
+../..         /u/v/    /
+../../..      /u/v/    refused
+/../x         /u/      refused
+a/../../x     /        refused
+.a/..b/.../.  /        /.a/..b/.../
+1234          %        %1234/
+12345/../1234 %        %1234/
+12345         %        refused
+./%..         %        refused
+)")) {
+    const std::string strDir = With(row[0], '%', strRoom5);
+    Path path(strDir);
+    const BOOL fResolved = FilMakeAbsDir(path.sz, With(row[1], '%', strRoom5).c_str());
+    EXPECT_EQ(fResolved ? path.sz : "refused", With(row[2], '%', strRoom5)) << row[0];
+    EXPECT_TRUE(fResolved || path.sz == strDir);
+  }
 }
 
-TEST(FilMakeAbsDir, ResolvesByTextAndRefusesWhatDoesNotFit) {
-  auto astr =
-      Split( // a name, where it is taken from, the result; to % a component of 4 characters more fits
-          "/a/./b/../c~/u~/a/c/~x/y~/home/u/~/home/u/x/y/~//a//b~/u/~/a/b/~~/u~/u/~../..~/u/v/~/~"
-          "../../..~/u/v/~refused~/../x~/u/~refused~a/../../x~/~refused~.a/..b/.../.~/~/.a/..b/.../"
-          "~"
-          "1234~%~%1234/~12345/../1234~%~%1234/~12345~%~refused~./%..~%~refused");
-  for (std::string &str : astr)
-    if (str.find('%') != str.npos) str.replace(str.find('%'), 1, LongPath(249) + "/");
-  for (std::size_t i = 0; i < astr.size(); i += 3) {
-    const BOOL fResolved = astr[i + 2] != "refused";
-    Path path(astr[i]);
-    EXPECT_EQ(FilMakeAbsDir(path.sz, astr[i + 1].c_str()), fResolved)
-        << astr[i] << " from " << astr[i + 1];
-    EXPECT_EQ(path.sz, astr[fResolved ? i + 2 : i]);
-  }
-}
-
-TEST_F(Files, ArePlacedCheckedAndEntered) {
-  const std::string strFull(255 - strHere_.size(), 'x');
+TEST_F(Fil, PlacesChecksAndEnters) {
+  const std::string strFull(255 - strHere_.size(), 'x'), strLong = "sub/" + strFull;
   fs::create_directory("sub");
   Make({"file"});
-  const auto In = [&](std::string str) {
-    return str.starts_with("@") ? str.replace(0, 1, strHere_) : str;
-  };
   const struct {
     std::string strPath;
     ULONG ulMode, ulPart, fResult;
-    std::string strAfter, strStandsIn;
+    std::string strAfter, strStandsIn; // @ is where it stood
   } aCase[] = {
       {"name.txt", FIL_CHECK_NONE, 99, 1, "@name.txt", "@"},
       {"name.txt", FIL_CHECK_EXISTS, FIL_PART_DISK, 1, "", "@"},
@@ -152,42 +145,37 @@ TEST_F(Files, ArePlacedCheckedAndEntered) {
       {"/x", FIL_CHECK_ENTER, FIL_PART_PATHNAME, 1, "/x", "/"},
       {"sub/x", FIL_CHECK_ENTER, FIL_PART_PATH, 1, "@sub/", "@sub/"},
       {strFull, FIL_CHECK_NONE, FIL_PART_PATHNAME, 1, "@" + strFull, "@"},
-      {"sub/" + strFull, FIL_CHECK_ENTER, FIL_PART_PATHNAME, 0, "sub/" + strFull, "@"},
+      {strLong, FIL_CHECK_ENTER, FIL_PART_PATHNAME, 0, strLong, "@"},
   };
   for (const auto &c : aCase) {
-    SCOPED_TRACE(c.strPath + ", mode " + std::to_string(c.ulMode) + ", part " +
-                 std::to_string(c.ulPart));
+    SCOPED_TRACE(testing::Message() << c.strPath << " in mode " << c.ulMode);
     fs::current_path(path_);
     Path path(c.strPath), pathNow;
     EXPECT_EQ(FilCheckPathName(path.sz, c.ulMode, c.ulPart), c.fResult);
-    EXPECT_EQ(path.sz, In(c.strAfter));
-    EXPECT_EQ(FilGetPath(pathNow.sz), In(c.strStandsIn));
+    EXPECT_EQ(path.sz, With(c.strAfter, '@', strHere_));
+    EXPECT_EQ(FilGetPath(pathNow.sz), With(c.strStandsIn, '@', strHere_));
   }
 }
 
-TEST_F(Files, GetTheirMissingParentsWithPermissions) {
+TEST_F(Fil, MakesMissingParentsWithPermissions) {
   const mode_t flBefore = umask(022);
-  const auto Mode = [](const char *psz) {
-    return static_cast<unsigned>(fs::status(psz).permissions());
-  };
+  const auto Mode = [](const char *psz) { return unsigned(fs::status(psz).permissions()); };
   EXPECT_EQ(FilMakeDir("one/"), 1u);
   EXPECT_EQ(Mode("one"), 0755u);
   EXPECT_EQ(FilMakePath((strHere_ + "one/2/3/4").c_str()), 1u);
-  EXPECT_EQ(FilMakeDir("rel/\xe4 b/x/"), 1u);
-  EXPECT_EQ(FilMakeDir("new/../x/y"), 0u) << "the second component exists by the time of its turn";
-  EXPECT_EQ(FilMakeDir("rel//top//x") - FilMakeDir("rel//over//x//y"), 1u)
-      << "made twice, but for the first";
-  for (const char *psz : {"one/2", "one/2/3", "one/2/3/4", "rel/\xe4 b/x", "new"})
+  EXPECT_EQ(FilMakeDir("rel/ä b/x/"), 1u);
+  EXPECT_EQ(FilMakeDir("new/../x/y"), 0u) << "the second component exists by then";
+  for (const char *psz : {"one/2", "one/2/3", "one/2/3/4", "rel/ä b/x", "new"})
     EXPECT_EQ(Mode(psz), 0700u) << psz;
+
   Make({"file"});
-  const std::string strLong = LongPath(256);
-  for (const char *psz : {"one/2/3/4", "one", "", "file/x/y", strLong.c_str(), "/"})
-    EXPECT_EQ(FilMakeDir(psz), 0u) << psz;
+  for (const std::string &str : Texts{"one/2/3/4", "one", "", "file/x/y", LongPath(256), "/"})
+    EXPECT_EQ(FilMakeDir(str.c_str()), 0u) << str;
   EXPECT_EQ(errno, EEXIST) << "the root is not walked";
   umask(flBefore);
 }
 
-TEST_F(Files, AreKnownToExist) {
+TEST_F(Fil, KnowsWhatExists) {
   fs::create_directory("dir");
   Make({"file"});
   fs::create_symlink("dir", "link");
@@ -198,8 +186,8 @@ TEST_F(Files, AreKnownToExist) {
                                              {"file", ENOTDIR}, {"dangling", ENOENT},
                                              {"no/", ENOENT},   {LongPath(256), ENAMETOOLONG}};
   for (const auto &[strPath, iErrno] : errors) {
-    const BOOL fEntered = iErrno == 0;
     SCOPED_TRACE(strPath);
+    const BOOL fEntered = iErrno == 0;
     fs::current_path(path_);
     const ino_t ino = CurrentInode();
     EXPECT_EQ(FilDirExists(strPath.c_str()), fEntered);
@@ -211,16 +199,28 @@ TEST_F(Files, AreKnownToExist) {
     EXPECT_TRUE(fEntered || CurrentInode() == ino);
     EXPECT_TRUE(strPath != "/" || std::string(FilGetPath(Path().sz)) == "/");
   }
+
   struct statvfs vfs;
   ASSERT_EQ(statvfs("/", &vfs), 0);
   const ULONG ulFree = static_cast<ULONG>(1ULL * vfs.f_bavail * vfs.f_bsize);
-  EXPECT_LT(std::labs(static_cast<LONG>(FilGetPathFree("/") - ulFree)), 256'000'000)
-      << "other programs write there";
+  const auto lDifference = static_cast<LONG>(FilGetPathFree("/") - ulFree);
+  EXPECT_LT(std::labs(lDifference), 256'000'000) << "other programs write there";
   EXPECT_EQ(FilGetPathFree("no"), 0u);
 }
 
-// The current directory is removed, or has a name that is too long: nothing moves, and what needs its name refuses.
-TEST_F(Files, LeaveAnUnreadableCurrentDirectoryAlone) {
+TEST_F(Fil, RefusesNullTexts) {
+  FILSEARCH *psearch = nullptr;
+  Path path;
+  EXPECT_EQ(FilMakeAbsDir(path.sz, nullptr) + FilCheckPathName(nullptr, 0, 0), 0u);
+  EXPECT_EQ(FilDirExists(nullptr) + FilMakeDir(nullptr) + FilSetPath(nullptr), 0u);
+  EXPECT_EQ(FilFileMatch(nullptr, "a") + FilGetPathFree(nullptr), 0u);
+  EXPECT_EQ(FilGetNextPathName(&psearch, nullptr, path.sz, 0), 0u);
+  EXPECT_EQ(FilGetNextPath(&psearch, nullptr, path.sz), 0u);
+}
+
+// The current directory is removed, or has a name that is too long: nothing moves, and what needs
+// its name refuses.
+TEST_F(Fil, LeavesAnUnreadableCurrentDirectoryAlone) {
   for (const bool fRemoved : {true, false}) {
     const ScratchFolder scratch;
     const std::string strDir(50, 'd');
@@ -228,124 +228,121 @@ TEST_F(Files, LeaveAnUnreadableCurrentDirectoryAlone) {
       ASSERT_TRUE(FilMakeDir(strDir.c_str()) && FilSetPath(strDir.c_str()));
     if (fRemoved) fs::remove(scratch.path() / strDir);
     const ino_t ino = CurrentInode();
-    Path pathNow, pathRelative("x"), pathAbsolute("/tmp/x"), pathChecked("/tmp/x");
+
+    Path pathNow, pathRelative("x"), pathAbsolute("/tmp/x"), pathNoWayBack("/tmp/x");
     FILSEARCH *psearch = nullptr;
     EXPECT_EQ(FilGetPath(pathNow.sz), nullptr);
     EXPECT_EQ(FilDirExists("/tmp") - FilDirExists("/tmp/no/such"), 1u);
     EXPECT_EQ(FilCheckPathName(pathRelative.sz, FIL_CHECK_NONE, FIL_PART_PATHNAME), 0u);
     EXPECT_EQ(FilCheckPathName(pathAbsolute.sz, FIL_CHECK_NONE, FIL_PART_PATHNAME), 1u);
-    EXPECT_EQ(FilCheckPathName(pathChecked.sz, FIL_CHECK_EXISTS, FIL_PART_PATHNAME), 0u)
-        << "there is no way back";
-    EXPECT_EQ(std::string(pathNow.sz) + pathRelative.sz + pathAbsolute.sz + pathChecked.sz,
-              "x/tmp/x/tmp/");
+    EXPECT_EQ(FilCheckPathName(pathNoWayBack.sz, FIL_CHECK_EXISTS, FIL_PART_PATHNAME), 0u);
     EXPECT_EQ(FilGetNextPathName(&psearch, "*", pathNow.sz, 0), 0u);
+    EXPECT_EQ(Texts({pathNow.sz, pathRelative.sz, pathAbsolute.sz, pathNoWayBack.sz}),
+              Texts({"", "x", "/tmp/x", "/tmp/"}));
     EXPECT_EQ(CurrentInode(), ino);
   }
 }
 
 bool NaiveMatch(const char *pszMask, const char *pszName) {
-  if (*pszMask == '*') {
-    if (pszMask[1] == '\0') return true;
-    for (; *pszName; pszName++)
-      if (*pszName == pszMask[1] && NaiveMatch(pszMask + 2, pszName + 1)) return true;
-    return false;
-  }
   if (*pszMask == '\0') return *pszName == '\0';
-  return *pszName && (*pszMask == '?' || *pszMask == *pszName) &&
-         NaiveMatch(pszMask + 1, pszName + 1);
+  if (*pszMask != '*')
+    return *pszName && (*pszMask == '?' || *pszMask == *pszName) &&
+           NaiveMatch(pszMask + 1, pszName + 1);
+  if (pszMask[1] == '\0') return true;
+  for (; *pszName; pszName++)
+    if (*pszName == pszMask[1] && NaiveMatch(pszMask + 2, pszName + 1)) return true;
+  return false;
 }
 
-TEST_F(Files, MatchByTheRecursiveRule) {
-  int cMatches = 0;
+TEST_F(Fil, MatchesByTheRecursiveRule) {
+  ULONG ulMatches = 0;
   for (int i = 0; i < 300000; i++) {
-    const std::string strMask = Some({"a", "B", ".", "?", "*", "*"}, 8),
-                      strName = Some({"a", "B", "b", ".", "*"}, 9);
+    const std::string strMask = SomeChars("aB.?**", 8);
+    const std::string strName = SomeChars("aBb.*", 9);
     const BOOL fMatch = NaiveMatch(strMask.c_str(), strName.c_str());
-    ASSERT_EQ(FilFileMatch(strMask.c_str(), strName.c_str()), fMatch)
-        << strMask << " on " << strName;
-    cMatches += fMatch;
+    ASSERT_EQ(FilFileMatch(strMask.c_str(), strName.c_str()), fMatch) << strMask << " " << strName;
+    ulMatches += fMatch;
   }
-  EXPECT_GT(cMatches, 10000);
-  EXPECT_EQ(FilFileMatch("*a*a*a*a*a*a*a*a*b", std::string(100000, 'a').c_str()), 0u) << "and ends";
+  EXPECT_GT(ulMatches, 10000u);
+  EXPECT_EQ(FilFileMatch("*a*a*a*a*a*a*a*a*b", std::string(100000, 'a').c_str()), 0u);
 }
 
 using Names = std::multiset<std::string>;
 
-Names FindAll(bool fFiles, const std::string &strWhere, const std::string &strThenRemove = "") {
+Names FindAll(bool fFiles, const char *pszWhere, const std::string &strThenRemove = "") {
   Names names;
   FILSEARCH *psearch = nullptr;
   Path path;
-  const auto Find = [&](const char *psz) {
-    return fFiles ? FilGetNextPathName(&psearch, psz, path.sz, 0xFFFF)
-                  : FilGetNextPath(&psearch, psz, path.sz);
-  };
-  for (BOOL f = Find(strWhere.c_str()); f; f = Find(nullptr)) {
+  while (fFiles ? FilGetNextPathName(&psearch, pszWhere, path.sz, 0xFFFF)
+                : FilGetNextPath(&psearch, pszWhere, path.sz)) {
     fs::remove(strThenRemove);
     names.insert(path.sz);
+    pszWhere = nullptr; // is looked at in the first call only
   }
   EXPECT_EQ(psearch, nullptr);
   return names;
 }
 
-TEST_F(Files, AreFoundWhereTheyMatch) {
+TEST_F(Fil, FindsWhatMatches) {
   const std::string strIn = strHere_ + "d/";
   fs::create_directories("d/inner");
-  Make({"d/a.x", "d/b.x", "d/*", "d/.x", "d/\xe4 b.x", "d/huge.x"});
+  Make({"d/a.x", "d/b.x", "d/*", "d/.x", "d/ä b.x", "d/huge.x"});
   fs::resize_file("d/huge.x", 5'000'000'000);
   fs::create_symlink("huge.x", "d/link.x");
   fs::create_directory_symlink("inner", "d/dirlink.x");
   mkfifo("d/fifo.x", 0600);
   Names strsX;
-  for (const char *psz : {"a.x", "b.x", ".x", "\xe4 b.x", "huge.x", "link.x"})
+  for (const char *psz : {"a.x", "b.x", ".x", "ä b.x", "huge.x", "link.x"})
     strsX.insert(strIn + psz);
+
   EXPECT_EQ(FindAll(true, "d/*.x"), strsX);
   EXPECT_EQ(FindAll(true, "./no/../d/?.x"), (Names{strIn + "a.x", strIn + "b.x"}));
-  EXPECT_EQ(FindAll(true, "d/*.x", "d/b.x"), strsX)
-      << "names that leave the directory after the first call";
+  EXPECT_EQ(FindAll(true, "d/*.x", "d/b.x"), strsX) << "a name that leaves after the first call";
   EXPECT_EQ(FindAll(true, "d/*i*"), Names{strIn + "link.x"});
   EXPECT_EQ(FindAll(true, "*"), Names{}) << "a directory without files";
   EXPECT_EQ(FindAll(true, "no/*"), Names{});
   EXPECT_EQ(FindAll(false, "d/"), (Names{"d/./", "d/../", "d/inner/", "d/dirlink.x/"}));
   EXPECT_EQ(FindAll(false, "d"), Names{}) << "without its closing separator";
+
   fs::create_symlink("nowhere", "d/z.dangling");
   EXPECT_EQ(FindAll(true, "d/*.x").size(), 5u) << "a dangling link that does not match";
   EXPECT_EQ(FindAll(true, "d/*g"), Names{}) << "a dangling link that matches";
   EXPECT_EQ(FindAll(false, "d/"), Names{}) << "a dangling link among all entries";
 }
 
-TEST_F(Files, AreFoundInLargeDirectoriesWhenTheirNamesFit) {
+TEST_F(Fil, FindsInLargeDirectoriesWhatFits) {
   const std::string strFits(255 - strHere_.size(), 'f'), strDir(254 - strHere_.size(), 'd');
   LiftLimits();
   Make({strFits, strFits + 'g'});
-  for (const std::string &str : {strDir, strDir + 'd'}) fs::create_directory(str);
-  EXPECT_EQ(FindAll(true, "*"), Names{strHere_ + strFits});
-  EXPECT_EQ(FindAll(false, strHere_).size(), 3u);
+  for (const char *psz : {"", "a", "b", "c", "d", "e"}) fs::create_directory(strDir + psz);
   for (int i = 0; i < 12000; i++) fs::create_hard_link(strFits, "n" + std::to_string(i));
+
+  EXPECT_EQ(FindAll(true, "f*"), Names{strHere_ + strFits});
+  EXPECT_EQ(FindAll(false, strHere_.c_str()).size(), 3u);
   EXPECT_EQ(FindAll(true, "n*").size(), 12000u);
 }
 
-TEST_F(Files, AreMappedIntoTheOtherTree) {
+TEST_F(Fil, MapsIntoAnotherTree) {
   Make({"file"});
-  const std::string strFull(248, 'x');
-  const std::string aastrCase[][5] = {
-      {"dir/sub/file.txt", "dir", "to", "dir/sub", "to/sub/file.txt"},
-      {"DIR/x", "dir", "to", "DIR", "to/x"},
-      {"/x", "", "to", "", "to/x"},
-      {"dir/" + strFull, "dir", "six/ch", "dir", "six/ch/" + strFull},
-      {"dirt/x", "dir", "to", "dirt", "stale"},
-      {"dir/x/y", "dir/", "to", "dir/x", "stale"},
-      {"x", "dir", "to", "x", "stale"},
-      {"dir/sub/x", "dir", "file", "dir/sub", "file/sub"},
-      {"dir/s/" + strFull, "dir", "newer", "dir/s", "stale"},
-  };
-  for (const auto &[strPath, strFrom, strTo, strAfter, strMapped] : aastrCase) {
-    const BOOL fMapped = strMapped != "stale" && strTo != "file";
-    Path path(strPath), pathResult;
-    EXPECT_EQ(FilDirMatch(path.sz, strFrom.c_str(), strTo.c_str(), pathResult.sz), fMapped)
-        << strPath;
-    EXPECT_EQ(path.sz, strAfter);
-    EXPECT_EQ(pathResult.sz, strMapped);
-    EXPECT_TRUE(!fMapped || fs::is_directory(fs::path(strMapped).parent_path()));
+  for (Texts row : Rows(R"(
+path-name        from to     directory mapped
+dir/sub/file.txt dir  to     dir/sub   to/sub/file.txt
+DIR/x            dir  to     DIR       to/x
+/x               ''   to     ''        to/x
+dir/@            dir  six/ch dir       six/ch/@
+dirt/x           dir  to     dirt      refused
+dir/x/y          dir/ to     dir/x     refused
+x                dir  to     x         refused
+dir/sub/x        dir  file   dir/sub   refused
+dir/s/@          dir  newer  dir/s     refused
+)")) {
+    for (std::string &str : row) str = With(str, '@', std::string(248, 'x'));
+    Path path(row[0]), pathMapped;
+    const BOOL fMapped = FilDirMatch(path.sz, row[1].c_str(), row[2].c_str(), pathMapped.sz);
+    EXPECT_EQ(fMapped ? pathMapped.sz : "refused", row[4]) << row[0];
+    EXPECT_STREQ(path.sz, row[3].c_str());
+    EXPECT_TRUE(!fMapped || fs::is_directory(fs::path(row[4]).parent_path()));
+    EXPECT_TRUE(fMapped || std::string(pathMapped.sz) == (row[2] == "file" ? "file/sub" : "stale"));
   }
   EXPECT_FALSE(fs::exists("newer"));
 }

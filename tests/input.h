@@ -10,8 +10,8 @@
 
 #include "support.h"
 
-// Stands in a new folder for one scope; then goes back, and removes the folder with all that is in it. So tests that
-// write files can run side by side.
+// Stands in a new folder for one scope; then goes back, and removes the folder with all that is in
+// it. So tests that write files can run side by side.
 class ScratchFolder {
  public:
   ScratchFolder() {
@@ -25,7 +25,6 @@ class ScratchFolder {
     std::filesystem::remove_all(path_, ec);
   }
   ScratchFolder(const ScratchFolder &) = delete;
-  ScratchFolder &operator=(const ScratchFolder &) = delete;
   const std::filesystem::path &path() const { return path_; }
 
  private:
@@ -37,6 +36,23 @@ inline std::string Contents(const std::filesystem::path &path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
+}
+
+using Texts = std::vector<std::string>;
+
+inline Texts Words(const std::string &str) { // with blanks between them; '' is an empty one
+  Texts astr;
+  std::istringstream stream(str);
+  for (std::string strWord; stream >> strWord;) astr.push_back(strWord == "''" ? "" : strWord);
+  return astr;
+}
+
+inline std::vector<Texts> Rows(const std::string &strTable) { // of words, below the table's head
+  std::vector<Texts> rows;
+  std::istringstream stream(strTable);
+  for (std::string str; std::getline(stream, str);) rows.push_back(Words(str));
+  rows.erase(rows.begin(), rows.begin() + 2); // the rest of the line that opens the text; the head
+  return rows;
 }
 
 // The parts of a text between tildes.
@@ -53,7 +69,6 @@ class FailRead {
   FailRead() { fOn_ = true; }
   ~FailRead() { fOn_ = false; }
   FailRead(const FailRead &) = delete;
-  FailRead &operator=(const FailRead &) = delete;
   static bool IsOn() { return fOn_; } // asked by read
 
  private:
@@ -75,19 +90,12 @@ class FileTest : public NoLeak {
     std::filesystem::remove("input"); // a new file is faster than an old one cut to nothing
     std::ofstream("input", std::ios::binary) << str;
   }
-  ULONG Random(ULONG ulBelow) { return static_cast<ULONG>(random_()) % ulBelow; }
-  std::string Some(const std::vector<std::string> &astr, ULONG ulMost) { // of these, in any order
-    std::string str;
-    for (ULONG ul = Random(ulMost + 1); ul > 0; ul--) str += astr[Random(astr.size())];
-    return str;
-  }
 
  private:
   static std::ptrdiff_t CountOpen() {
     const std::filesystem::directory_iterator it("/proc/self/fd");
     return std::distance(begin(it), end(it));
   }
-  std::mt19937 random_{1};
   ScratchFolder folder_;
   std::ptrdiff_t iOpen_ = 0;
 };

@@ -16,8 +16,8 @@
 #include "zebbase/err.h"
 #include "zebbase/mem.h"
 
-// Takes what is written to stdout or stderr, at the file descriptor, for one scope. What is left at the end (a test's
-// failure, perhaps) goes where it was meant to go.
+// Takes what is written to stdout or stderr, at the file descriptor, for one scope. What is left at
+// the end (a test's failure, perhaps) goes where it was meant to go.
 class Capture {
  public:
   explicit Capture(FILE *pf) : pf_(pf), pfTaken_(std::tmpfile()) {
@@ -33,7 +33,6 @@ class Capture {
     std::fputs(strRest.c_str(), pf_);
   }
   Capture(const Capture &) = delete;
-  Capture &operator=(const Capture &) = delete;
   std::string Take() { // what has come since the last call
     std::fflush(pf_);
     std::string str;
@@ -60,7 +59,6 @@ class Reports {
     Take();
   }
   Reports(const Reports &) = delete;
-  Reports &operator=(const Reports &) = delete;
   std::vector<std::string> Take() {
     return std::exchange(astrMessages_, {});
   } // those since the last call
@@ -79,18 +77,15 @@ class FailMalloc {
   explicit FailMalloc(unsigned uCall = 1) { uCallsLeft_ = uCall; }
   ~FailMalloc() { uCallsLeft_ = 0; }
   FailMalloc(const FailMalloc &) = delete;
-  FailMalloc &operator=(const FailMalloc &) = delete;
-  static bool
-  Works(); // false where a sanitizer or Valgrind keeps malloc, and looks at what is done with freed memory
-  static bool IsDue() {
-    return uCallsLeft_ > 0 && --uCallsLeft_ == 0;
-  } // asked by malloc, once a call
+  static bool Works(); // not where a sanitizer or Valgrind keeps malloc, and watches freed memory
+  static bool IsDue() { return uCallsLeft_ > 0 && --uCallsLeft_ == 0; } // asked by malloc
 
  private:
   static inline unsigned uCallsLeft_ = 0;
 };
 
-// A test that starts with the settings of a fresh program, and fails when it leaves tracked memory behind.
+// A test that starts with the settings of a fresh program, and fails when it leaves tracked memory
+// behind. Its random numbers are always the same ones; --gtest_random_seed=N gives others.
 class NoLeak : public testing::Test {
  protected:
   void SetUp() override {
@@ -113,7 +108,26 @@ class NoLeak : public testing::Test {
   }
   static void LiftLimits() { MemSetLimits(0xFFFFFFFF, 0xFFFFFFFF, 0); }
 
+  ULONG Random(ULONG ulBelow) { return static_cast<ULONG>(random_()) % ulBelow; }
+  template <typename Of>
+  auto OneOf(const Of &of) { // an element of an array, a vector or a text
+    return std::data(of)[Random(std::size(of))];
+  }
+  std::string Some(const std::vector<std::string> &astr, ULONG ulMost) { // of these, in any order
+    std::string str;
+    for (ULONG ul = Random(ulMost + 1); ul > 0; ul--) str += OneOf(astr);
+    return str;
+  }
+  std::string SomeChars(std::string_view sv, ULONG ulMost) {
+    std::string str(Random(ulMost + 1), ' ');
+    for (char &ch : str) ch = OneOf(sv);
+    return str;
+  }
+
  private:
+  const unsigned uSeed_ = static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
+  const testing::ScopedTrace trace_{__FILE__, __LINE__, "seed " + std::to_string(uSeed_)};
+  std::mt19937 random_{1 + uSeed_};
   ULONG ulAmount_;
   ULONG ulBlocks_;
 };
