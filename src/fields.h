@@ -71,14 +71,14 @@ static_assert([] {
 
 // What an operation asks of a type again and again is computed from the table: one value for each code.
 template <typename T, typename Of>
-consteval std::array<T, FT_TYPES> ByType(Of of) {
+constexpr std::array<T, FT_TYPES> ByType(Of of) {
   std::array<T, FT_TYPES> at = {};
   for (const FIELDTYPE &type : aFieldType) at[type.ulCode] = of(type);
   return at;
 }
 
 // The types of one storage, a bit for each code.
-consteval ULONG TypesOf(STORAGE storage) {
+constexpr ULONG TypesOf(STORAGE storage) {
   ULONG fl = 0;
   for (const FIELDTYPE &type : aFieldType) fl |= ULONG{type.storage == storage} << type.ulCode;
   return fl;
@@ -86,7 +86,8 @@ consteval ULONG TypesOf(STORAGE storage) {
 
 template <STORAGE storage> // codes beyond the table have none
 constexpr bool Has(ULONG ulType) {
-  return ulType < FT_TYPES && (TypesOf(storage) >> ulType & 1) != 0;
+  constexpr ULONG flTypes = TypesOf(storage);
+  return ulType < FT_TYPES && (flTypes >> ulType & 1) != 0;
 }
 
 constexpr bool IsCharacters(ULONG ulType) { return Has<STORAGE::Characters>(ulType); }

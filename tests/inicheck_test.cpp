@@ -78,7 +78,7 @@ TEST_F(IniChecked, TellsTheReasonOfTheSystem) {
     return std::to_string(err_.ulCode) + " " + std::to_string(err_.ulLine) + " " + err_.szText;
   };
   const std::string strLong(600, 'x');
-  for (const ULONG ulMode : {INI_MODE_READ, INI_MODE_LENIENT}) {
+  for (const ULONG ulMode : {INI_MODE_READ + 0UL, INI_MODE_LENIENT + 0UL}) {
     EXPECT_EQ(Text("missing", ulMode), "1 0 missing: No such file or directory");
     EXPECT_EQ(Text(".", ulMode), "1 0 .: Is a directory");
     EXPECT_EQ(Text(strLong.c_str(), ulMode),
