@@ -30,7 +30,7 @@ class Output {
 
   [[gnu::always_inline]] Output &Put(std::string_view sv) {
     if (sv.size() > cbRoom_) return PutFar(sv);
-    std::memcpy(pch_, sv.data(), sv.size());
+    if (!sv.empty()) std::memcpy(pch_, sv.data(), sv.size()); // an empty one need not have an address
     return Advance(sv.size());
   }
   [[gnu::always_inline]] Output &Put(char ch) {

@@ -414,7 +414,10 @@ REALTIME TmeSQLDateTimeToRealTime(const char *psz) {
 ULONG TmeTextToRealTime(const char *psz, REALTIME *prt) {
   const char *pszText = psz ? psz : "";
   StrictReader reader(pszText);
-  return reader.ReadAll(*prt) ? 0 : static_cast<ULONG>(reader.Position() - pszText) + 1;
+  REALTIME rt;
+  if (!reader.ReadAll(rt)) return static_cast<ULONG>(reader.Position() - pszText) + 1;
+  if (prt) *prt = rt;
+  return 0;
 }
 
 char *TmeRealTimeToIsoString(REALTIME rt, char *pszBuffer) {

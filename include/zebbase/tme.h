@@ -89,7 +89,7 @@ ZEB_API REALTIME TmeSQLDateTimeToRealTime(const char *psz);
        2026-11-23T04:05:06.5Z     that of ISO 8601, with T, _ or a blank before the time of day
        2026-11-23 05:05:06,5+01:00   also +0100 and +01
    psz      null is no time.
-   prt      receives the time.
+   prt      receives the time; null is allowed.
    Result   0; or, with *prt as it was, the position, counted from 1, of the first character at which the text is no time:
             a letter for a digit, the first digit of a number beyond its range (no 31 April, no second 60), the end of a
             text that is too short. A time before 1970 or after the last one of a REALTIME stops at its first character. */
