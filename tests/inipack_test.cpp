@@ -374,7 +374,8 @@ void Damage(Bytes &ab, Chance &chance) {
   if (ulKind == 5) ab.resize(ulAt + 4);
   const auto itFormat = std::find(ab.begin() + static_cast<LONG>(ulAt), ab.end(), '%');
   if (ulKind == 6 && ab.end() - itFormat > 4)
-    itFormat[1 + static_cast<LONG>(chance.Below(4))] = "%.*$9dflhmns"[chance.Below(12)];
+    itFormat[1 + static_cast<LONG>(chance.Below(4))] =
+        static_cast<BYTE>("%.*$9dflhmns"[chance.Below(12)]);
 }
 
 TEST_F(IniPack, AcceptsOnlyWhatCanBeUsed) {

@@ -67,7 +67,7 @@ class Lst : public NoLeak {
 };
 
 TEST_F(Lst, KeepsEveryLinkAndPositionThroughRandomChanges) {
-  for (const BOOL fIndexed : {0, 1}) {
+  for (const BOOL fIndexed : {0UL, 1UL}) {
     LIST *plst = LstNewList(fIndexed ? LST_INDEXED : ~ULONG{LST_INDEXED});
     EXPECT_EQ(plst->fIndexed, fIndexed);
     Elements apv;

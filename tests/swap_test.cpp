@@ -39,7 +39,7 @@ TEST(Swp, ReversesEachValueOfAnyBitPatternAtAnyAddressAndNothingBesides) {
         SCOPED_TRACE(testing::Message() << ulCount << " of " << ulWidth << " bytes at " << ulAt);
         Bytes abBefore(ulAt + ulCount * ulWidth + 16 + 3);
         std::iota(abBefore.begin(), abBefore.end(), BYTE{0});
-        std::copy(abNaN.begin(), abNaN.end(), abBefore.begin() + ulAt);
+        std::copy(abNaN.begin(), abNaN.end(), abBefore.begin() + static_cast<LONG>(ulAt));
         Bytes ab = abBefore, abExpected = abBefore;
         for (ULONG ul = 0; ul < ulCount; ul++) {
           BYTE *pb = &abExpected[ulAt + ul * ulWidth];
@@ -57,10 +57,10 @@ TEST(Swp, ReversesEachValueOfAnyBitPatternAtAnyAddressAndNothingBesides) {
 TEST(Swp, LeavesWhatIsNoNumberAndMovesOverIt) {
   SDSC sdscEmpty = Describe({Field("", FT_STRUCT, 0xFFFFFFFF)}); // nothing, however often
   SDSC sdsc = Describe({Field("", FT_STRUCT, 0xFFFFFFFF, &sdscEmpty)});
-  for (const ULONG ulType :
+  for (const int iType :
        {FT_BYTE, FT_STRING, FT_PSZ, FT_FIXEDSTRING, FT_DOTTED, FT_VERBOSITY, FT_INTERVAL, 18, 24,
         FT_TYPES, FT_STRUCTLIST, FT_VALUELIST, FT_STRUCTPTR, FT_USHORT})
-    sdsc.afdsc[sdsc.ulFields++] = Field("", ulType, 2, &sdsc);
+    sdsc.afdsc[sdsc.ulFields++] = Field("", static_cast<ULONG>(iType), 2, &sdsc);
   const FDSC fdsc = Field("", FT_STRUCT, 2, &sdsc);
   Bytes ab(2 * (4 * 2 + 6 * 8 + 4)); // of each structure, the last four are numbers
   std::iota(ab.begin(), ab.end(), BYTE{0});
