@@ -2,6 +2,10 @@
 
 #include "zebbase/swp.h"
 
+#ifdef __i386__
+#include <cpuid.h>
+#endif
+
 #include <cstdint>
 #include <cstring>
 
@@ -40,13 +44,29 @@ void CopyPlain(BYTE *pbTo, const BYTE *pbFrom, ULONG ulCount, ULONG ulWidth) {
 [[gnu::target("avx2")]] void CopyByAvx2(BYTE *pbTo, const BYTE *pbFrom, ULONG ulCount, ULONG ulWidth) {
   CopyReversedByWidth(pbTo, pbFrom, ulCount, ulWidth);
 }
+
+// What the processor has, asked of itself: the compiler's own question would bring 5 KB that know every model.
+struct CPUID {
+  unsigned uEax, uEbx, uEcx, uEdx;
+};
+
+CPUID Ask(unsigned uLeaf) { // all zero for a leaf that the processor does not know
+  CPUID cpuid = {};
+  __get_cpuid_count(uLeaf, 0, &cpuid.uEax, &cpuid.uEbx, &cpuid.uEcx, &cpuid.uEdx);
+  return cpuid;
+}
+
+bool HasSsse3() { return Ask(1).uEcx & bit_SSSE3; }
+
+[[gnu::target("xsave")]] bool HasAvx2() { // its registers serve where the system saves them, both halves
+  return (Ask(1).uEcx & bit_OSXSAVE) && (__builtin_ia32_xgetbv(0) & 6) == 6 && (Ask(7).uEbx & bit_AVX2);
+}
 #endif
 
 PFNCOPYREVERSED FindCopyReversed() {
 #ifdef __i386__
-  __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx2")) return CopyByAvx2;
-  if (__builtin_cpu_supports("ssse3")) return CopyBySsse3;
+  if (HasAvx2()) return CopyByAvx2;
+  if (HasSsse3()) return CopyBySsse3;
 #endif
   return CopyPlain;
 }
