@@ -206,31 +206,6 @@ bool MakeWithParents(char *pszPath) {
   return true;
 }
 
-// Between two '*' a mask has a fixed length, so the first place where such a stretch fits is as good as any later one:
-// a mismatch goes back to the last '*' only, and lets it run to the next place that holds the character after it.
-bool Match(const char *pszMask, const char *pszName) {
-  const char *pszAfterStar = nullptr; // the character to look for, as it is
-  const char *pszRetry = nullptr;     // where to look for it next
-  for (;;) {
-    if (*pszMask == '*') {
-      pszAfterStar = pszMask + 1;
-      if (*pszAfterStar == '\0') return true;
-      pszRetry = pszName;
-    } else if (*pszMask == *pszName || (*pszMask == '?' && *pszName)) {
-      if (*pszMask == '\0') return true;
-      pszMask++;
-      pszName++;
-      continue;
-    } else if (!pszAfterStar || *pszName == '\0') {
-      return false; // at the end of the name, a later start would only come there sooner
-    }
-    while (*pszRetry && *pszRetry != *pszAfterStar) pszRetry++;
-    if (*pszRetry == '\0') return false;
-    pszMask = pszAfterStar + 1;
-    pszName = ++pszRetry;
-  }
-}
-
 struct CloseDir {
   void operator()(DIR *pdir) const { closedir(pdir); }
 };
@@ -278,7 +253,7 @@ bool BuildPathNameList(LIST *plst, const char *pszDir, const WANTED &wanted) {
   const std::size_t cbDir = name.Put(pszDir).Length();
   bool fFirst = true;
   for (errno = 0; const dirent *pentry = readdir(dir.get()); errno = 0) {
-    if (!Match(wanted.pszMask, pentry->d_name)) continue;
+    if (!FilFileMatch(wanted.pszMask, pentry->d_name)) continue;
     name.Shorten(cbDir);
     if (name.Put(pentry->d_name).IsCut()) continue;
     const mode_t flKind = QueryKind(dirfd(dir.get()), *pentry, std::exchange(fFirst, false));
@@ -422,8 +397,6 @@ BOOL FilGetNextPath(FILSEARCH **phSearch, const char *pszDir, char *pszResult) {
   if (!*phSearch) *phSearch = StartDirectories(pszDir).release();
   return *phSearch && HandOut(phSearch, pszResult, "/");
 }
-
-BOOL FilFileMatch(const char *pszMask, const char *pszName) { return pszMask && pszName && Match(pszMask, pszName); }
 
 BOOL FilDirMatch(char *pszPathName, const char *pszFrom, const char *pszTo, char *pszResult) {
   if (!pszPathName || !pszFrom || !pszTo || !pszResult) return 0;
