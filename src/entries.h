@@ -1,4 +1,4 @@
-// entries.h: names in INI files, and the entries of an open file by name.
+// entries.h: the entries of an open INI file by name.
 
 #ifndef ZEBBASE_SRC_ENTRIES_H
 #define ZEBBASE_SRC_ENTRIES_H
@@ -9,21 +9,9 @@
 
 #include "bytes.h"
 #include "fields.h"
-#include "output.h"
+#include "ininame.h"
 #include "text.h"
 #include "zebbase/ini.h"
-
-using Name = TextBuffer<INI_MAX_TEXT + 1>;
-
-constexpr ULONG ulNoNumber = 0;
-
-// Adds the name of a field to a name, with a number where it has one. Result: whether a file can have that name.
-inline bool AddName(Name &name, FieldView field, ULONG ulNumber) {
-  if (!field.Name()) return false;
-  name.Put(field.Name());
-  if (ulNumber != ulNoNumber) name.PutNumber(ulNumber);
-  return !name.IsCut();
-}
 
 // Whether a field can be the element of a value list. Only values can be told apart by number: the list would not end
 // with elements that are found again and again.
@@ -36,9 +24,9 @@ inline bool IsListable(FieldView field) {
 // file, so the next entry is nearly always the one sought. What a search passes on its way goes into a hash table, and
 // later searches begin there: looking up all names of a file takes time in proportion to the file, in whatever order.
 // This lives on the stack for the time of one call.
-class Search {
+class Lookup {
  public:
-  Search(const INIFILE &ini, bool fTitles)
+  Lookup(const INIFILE &ini, bool fTitles)
       : ini_(ini), ulEntries_(std::min<ULONG>(ini.ulEntries, INI_MAX_ENTRIES)), fTitles_(fTitles) {}
 
   // From entry ulStart on: among all titles, or among the keys up to the next title. Null when there is none.

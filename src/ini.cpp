@@ -199,8 +199,8 @@ class Reader {
   }
 
   const INIFILE &ini_;
-  Search titles_;
-  Search keys_;
+  Lookup titles_;
+  Lookup keys_;
   Name path_;
   ULONG ulDepth_ = 0;
   const UnderWay *pInnermost_ = nullptr;

@@ -528,8 +528,8 @@ class Checker {
   const CHECKEDFILE *const pchk_;
   const PFNINIREPORT pfnReport_;
   void *const pvUser_;
-  Search titles_;
-  Search keys_;
+  Lookup titles_;
+  Lookup keys_;
   Name path_;
   ULONG ulDepth_ = 0;
   ULONG ulMistakes_ = 0;

@@ -21,12 +21,12 @@ namespace {
 // --- Names ---
 
 // The names of a field in a file: one, or one with each number from 1 up.
-struct NAMES {
+struct NAMERANGE {
   std::string_view svBase;
   ULONG ulMost; // the highest number; 0 for a name without one
 };
 
-NAMES NamesOf(FieldView field) {
+NAMERANGE NamesOf(FieldView field) {
   constexpr ULONG ulEndless = INI_MAX_ENTRIES + 1; // of a list; this one is looked for, behind the last there can be
   const ULONG ulElements = field.Elements();
   if (field.Type() == FT_VALUELIST) return {FieldView(field.Desc()).Name(), ulEndless};
@@ -34,7 +34,7 @@ NAMES NamesOf(FieldView field) {
 }
 
 // Whether two fields have a name in common: a number may stand in a name, too.
-bool CanMeet(NAMES names1, NAMES names2) {
+bool CanMeet(NAMERANGE names1, NAMERANGE names2) {
   if (names1.svBase.size() > names2.svBase.size()) std::swap(names1, names2);
   const std::size_t cb = names1.svBase.size();
   if (!EqualNoCase(names1.svBase, {names2.svBase.data(), cb})) return false;
@@ -46,7 +46,7 @@ bool CanMeet(NAMES names1, NAMES names2) {
   return *psz == '\0' && ullNumber <= names1.ulMost;
 }
 
-bool HasRoomForNumber(const NAMES &names) {
+bool HasRoomForNumber(const NAMERANGE &names) {
   return names.svBase.size() + (names.ulMost == 0 ? 0 : CountDigits(names.ulMost)) <= INI_MAX_TEXT;
 }
 
@@ -181,14 +181,14 @@ FAULT CheckDotted(FieldView field) {
 }
 
 // A place in a description: a field within that of a structure.
-struct PLACE {
-  const PLACE *const pplaceOuter;
+struct FIELDPLACE {
+  const FIELDPLACE *const pplaceOuter;
   const FieldView field;
   const ULONG ulNumber; // counted from 1
   const ULONG ulDepth;
   const bool fInFile; // with all that is around it
 
-  PLACE(const PLACE *pplace, FieldView fieldHere, ULONG ul)
+  FIELDPLACE(const FIELDPLACE *pplace, FieldView fieldHere, ULONG ul)
       : pplaceOuter(pplace),
         field(fieldHere),
         ulNumber(ul),
@@ -201,7 +201,7 @@ class DescriptionCheck {
   explicit DescriptionCheck(INIERROR *perr) : perr_(perr) {}
 
   ULONG Check(FieldView field, ULONG ulSizeof) {
-    const PLACE place(nullptr, field, 1);
+    const FIELDPLACE place(nullptr, field, 1);
     CheckField(place);
     if (ulCode_ == 0) CheckSize(place, "the data takes", ulSizeof, "its description", WideExtent(field));
     return ulCode_;
@@ -215,7 +215,7 @@ class DescriptionCheck {
     bool fInFile;
   };
 
-  void CheckField(const PLACE &place) {
+  void CheckField(const FIELDPLACE &place) {
     const FieldView field = place.field;
     if (++ulFields_ > ulMostFields) return Judge(place, {INI_ERROR_DESC, "the description is too large"});
     Judge(place, CheckLayout(field));
@@ -226,21 +226,21 @@ class DescriptionCheck {
     if (place.fInFile && ulCode_ == 0) Judge(place, Trial(field).Run());
   }
 
-  void CheckNested(const PLACE &place) {
+  void CheckNested(const FIELDPLACE &place) {
     const FieldView field = place.field;
     if (NestedOf(field) == NESTED::Enumeration)
       return Judge(place, CheckEnumeration(*static_cast<const EDSC *>(field.Desc())));
     if (field.Type() == FT_DOTTED) return Judge(place, CheckDotted(field));
     if (place.ulDepth > INI_MAX_DEPTH)
       return Judge(place, {INI_ERROR_DESC, "structures nest more than 127 levels deep"});
-    if (field.Type() == FT_VALUELIST) return CheckField(PLACE(&place, FieldView(field.Desc()), 1));
+    if (field.Type() == FT_VALUELIST) return CheckField(FIELDPLACE(&place, FieldView(field.Desc()), 1));
     if (field.Type() == FT_STRUCT ? !IsEndless(place) : IsNew(place)) CheckStructure(place);
   }
 
   // Whether a structure lies within itself, with no reference on the way; says so.
-  bool IsEndless(const PLACE &place) {
+  bool IsEndless(const FIELDPLACE &place) {
     const void *pvSdsc = place.field.Desc();
-    const PLACE *p = place.pplaceOuter;
+    const FIELDPLACE *p = place.pplaceOuter;
     while (p && p->field.Desc() != pvSdsc && p->field.Type() == FT_STRUCT) p = p->pplaceOuter;
     if (!p || p->field.Desc() != pvSdsc) return false;
     Judge(place, {INI_ERROR_DESC, "the structure lies within itself"});
@@ -248,7 +248,7 @@ class DescriptionCheck {
   }
 
   // Notes a structure that a reference leads to. Result: whether it has to be looked at.
-  bool IsNew(const PLACE &place) {
+  bool IsNew(const FIELDPLACE &place) {
     const SEEN seen = {place.field.Desc(), place.fInFile};
     const auto Covers = [&](const SEEN &s) { return s.pvSdsc == seen.pvSdsc && s.fInFile >= seen.fInFile; };
     if (std::any_of(aseen_, aseen_ + ulSeen_, Covers)) return false;
@@ -256,14 +256,14 @@ class DescriptionCheck {
     return true;
   }
 
-  void CheckStructure(const PLACE &place) {
+  void CheckStructure(const FIELDPLACE &place) {
     const SDSC &sdsc = *static_cast<const SDSC *>(place.field.Desc());
     const StructureView structure(&sdsc);
     if (sdsc.ulFields > INI_MAX_FIELDS) return Judge(place, {INI_ERROR_DESC, "its structure has more than 60 fields"});
     std::uint64_t ullSize = 0;
     ULONG ulNumber = 0;
     for (const FieldView field : structure) {
-      const PLACE placeField(&place, field, ++ulNumber);
+      const FIELDPLACE placeField(&place, field, ++ulNumber);
       CheckField(placeField);
       if (ulCode_ == 0) CheckNameAmong(placeField, structure);
       if (ulCode_ != 0) return;
@@ -274,7 +274,7 @@ class DescriptionCheck {
   static_assert(INI_MAX_FIELDS == 60);
 
   // The fields before it have been checked.
-  void CheckNameAmong(const PLACE &place, StructureView structure) {
+  void CheckNameAmong(const FIELDPLACE &place, StructureView structure) {
     const auto IsKey = [](FieldView field) { return !IsSection(field.Type()) || field.Type() == FT_VALUELIST; };
     if (!place.fInFile) return;
     auto it = structure.begin();
@@ -286,21 +286,21 @@ class DescriptionCheck {
     }
   }
 
-  void CheckSize(const PLACE &place, const char *pszIs, ULONG ulIs, const char *pszShall, std::uint64_t ullShall) {
+  void CheckSize(const FIELDPLACE &place, const char *pszIs, ULONG ulIs, const char *pszShall, std::uint64_t ullShall) {
     char szText[128];
     if (ulIs == ullShall) return;
     Format(szText, "%s %lu bytes, %s %llu", pszIs, ulIs, pszShall, static_cast<unsigned long long>(ullShall));
     Judge(place, {INI_ERROR_DESC, szText});
   }
 
-  void Judge(const PLACE &place, const FAULT &fault) {
+  void Judge(const FIELDPLACE &place, const FAULT &fault) {
     if (fault.ulCode == 0 || ulCode_ != 0) return;
     ErrorText text;
     PutPlace(text, place);
     ulCode_ = Tell(perr_, fault.ulCode, text.Put(": ").Put(fault.pszText).View());
   }
 
-  static void PutPlace(Output &out, const PLACE &place) { // a field without a name by its number
+  static void PutPlace(Output &out, const FIELDPLACE &place) { // a field without a name by its number
     if (place.pplaceOuter) {
       PutPlace(out, *place.pplaceOuter);
       out.Put('.');

@@ -15,11 +15,10 @@
 
 #include "bytes.h"
 #include "fields.h"
+#include "ininame.h"
 #include "output.h"
 #include "underway.h"
 #include "zebbase/lst.h"
-
-constexpr ULONG ulNoNumber = 0;
 
 // A part of a section's title: the name of a structure field, within the title of the section that it belongs to.
 struct TITLE {
@@ -30,17 +29,10 @@ struct TITLE {
   ULONG ulSection; // the taker's own
 };
 
-inline void PutNumbered(Output &out, const char *pszName, ULONG ulNumber) {
-  out.Put(pszName);
-  if (ulNumber == ulNoNumber) return;
-  out.Put(' ');
-  out.PutNumber(ulNumber);
-}
-
 inline void PutTitle(Output &out, const TITLE &title) { // each name with a blank before it
   if (title.ptitleOuter) PutTitle(out, *title.ptitleOuter);
   out.Put(' ');
-  PutNumbered(out, title.pszName, title.ulNumber);
+  PutWord(out, title.pszName, title.ulNumber);
 }
 
 // Why something cannot be in a file, or in a description; without a code, there is no fault.

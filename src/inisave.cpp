@@ -19,35 +19,29 @@
 
 #include "guard.h"
 #include "inierror.h"
+#include "ininame.h"
 #include "iniwriter.h"
 #include "readback.h"
 #include "text.h"
 #include "zebbase/fil.h"
 
 namespace {
-// --- Names ---
-
-using Name = TextBuffer<INI_MAX_TEXT + 1>; // as the reader joins it
-
-void JoinNumbered(Name &name, const char *pszName, ULONG ulNumber) {
-  name.Put(pszName);
-  if (ulNumber != ulNoNumber) name.PutNumber(ulNumber);
-}
+// --- NameTable ---
 
 void JoinTitle(Name &name, const TITLE &title) {
   if (title.ptitleOuter) JoinTitle(name, *title.ptitleOuter);
-  JoinNumbered(name, title.pszName, title.ulNumber);
+  AddWord(name, title.pszName, title.ulNumber);
 }
 
 // The name under which the reader looks for a field: for a section that of all the sections around it as well.
 void JoinName(Name &name, FieldView field, const TITLE *ptitle, ULONG ulNumber) {
   if (ptitle && IsSection(field.Type())) JoinTitle(name, *ptitle);
-  JoinNumbered(name, field.Name(), ulNumber);
+  AddWord(name, field.Name(), ulNumber);
 }
 
 // All names of a file, each in its scope: that of the titles, or that of the keys of a section. The table is large, so
 // it is for the heap, and not for tracked memory, whose limits may be fatal. Only the entries used are touched.
-class Names {
+class NameTable {
  public:
   void Clear() {
     ulEntries_ = 0;
@@ -99,7 +93,7 @@ constexpr ULONG KeysOf(ULONG ulSection) { return ulSection + 1; }
 // What the two looks at the data have in common: they number the sections, and stop at the first fault.
 class Look {
  public:
-  Look(Names &names, INIERROR *perr, const char *pszFile) : names_(names), perr_(perr), pszFile_(pszFile) {}
+  Look(NameTable &names, INIERROR *perr, const char *pszFile) : names_(names), perr_(perr), pszFile_(pszFile) {}
   bool IsStopped() const { return ulCode_ != 0; }
   ULONG Code() const { return ulCode_; }
 
@@ -117,11 +111,11 @@ class Look {
       PutTitle(text, *ptitle);
       text.Put(" ] ");
     }
-    PutNumbered(text, field.Name() ? field.Name() : "(no name)", ulNumber);
+    PutWord(text, field.Name() ? field.Name() : "(no name)", ulNumber);
     ulCode_ = Tell(perr_, fault.ulCode, text.Put(": ").Put(fault.pszText).View());
   }
 
-  Names &names_;
+  NameTable &names_;
 
  private:
   INIERROR *const perr_;
@@ -194,7 +188,7 @@ struct FreeMemory {
 };
 
 ULONG CheckData(const char *pszFile, const void *pvData, const FDSC *pfdsc, INIERROR *perr) {
-  const std::unique_ptr<Names, FreeMemory> names(static_cast<Names *>(std::malloc(sizeof(Names))));
+  const std::unique_ptr<NameTable, FreeMemory> names(static_cast<NameTable *>(std::malloc(sizeof(NameTable))));
   if (!names) return TellOfFile(perr, INI_ERROR_MEMORY, pszFile, "no memory");
   names->Clear();
   FirstLook first(*names, perr, pszFile);

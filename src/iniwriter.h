@@ -37,7 +37,7 @@ class FileWriter {
   void OnValue(FieldView field, const BYTE *pb, const TITLE *, ULONG ulNumber) {
     const bool fQuoted = IsQuoted(field.Type());
     out_.Put("  ");
-    PutNumbered(out_, field.Name(), ulNumber);
+    PutWord(out_, field.Name(), ulNumber);
     out_.Put(fQuoted ? " = \"" : " = ");
     Puts(out_, field, pb);
     out_.Put(fQuoted ? "\"\n" : "\n");
