@@ -198,7 +198,7 @@ struct FIELDPLACE {
 
 class DescriptionCheck {
  public:
-  explicit DescriptionCheck(INIERROR *perr) : perr_(perr) {}
+  explicit DescriptionCheck(INIERROR *perr) : error_(perr, nullptr) {}
 
   ULONG Check(FieldView field, ULONG ulSizeof) {
     const FIELDPLACE place(nullptr, field, 1);
@@ -297,7 +297,7 @@ class DescriptionCheck {
     if (fault.ulCode == 0 || ulCode_ != 0) return;
     ErrorText text;
     PutPlace(text, place);
-    ulCode_ = Tell(perr_, fault.ulCode, text.Put(": ").Put(fault.pszText).View());
+    ulCode_ = error_.Set(fault.ulCode, 0, "%s: %s", text.Text(), fault.pszText);
   }
 
   static void PutPlace(Output &out, const FIELDPLACE &place) { // a field without a name by its number
@@ -311,7 +311,7 @@ class DescriptionCheck {
       out.Put('#').PutNumber(place.ulNumber);
   }
 
-  INIERROR *const perr_;
+  ErrorRecord error_;
   ULONG ulCode_ = 0;
   ULONG ulFields_ = 0;
   ULONG ulSeen_ = 0;
@@ -320,7 +320,6 @@ class DescriptionCheck {
 } // namespace
 
 ULONG IniCheckDescription(const FDSC *pfdsc, ULONG ulSizeof, INIERROR *perr) {
-  Tell(perr, 0, "");
-  if (!pfdsc) return Tell(perr, INI_ERROR_ARGUMENT, "a null pointer");
+  if (!pfdsc) return ErrorRecord(perr, nullptr).Set(INI_ERROR_ARGUMENT, 0, "a null pointer");
   return DescriptionCheck(perr).Check(FieldView(pfdsc), ulSizeof);
 }

@@ -8,10 +8,11 @@
 
 #include "output.h"
 
-void ShowName(char (&szShown)[ulShownName], const char *pszFile) {
+const char *ShowName(char (&szShown)[ulShownName], const char *pszFile) {
   const std::size_t cb = std::strlen(pszFile);
   const bool fWhole = cb < ulShownName;
   Format(szShown, "%s%s", fWhole ? "" : "...", fWhole ? pszFile : pszFile + cb - (ulShownName - 4));
+  return szShown;
 }
 
 void MakeOneLine(char *psz) {
@@ -19,31 +20,30 @@ void MakeOneLine(char *psz) {
     if (static_cast<unsigned char>(*psz) < ' ' || *psz == 0x7F) *psz = '?';
 }
 
-void ErrorRecord::Set(ULONG ulCode, ULONG ulLine, const char *pszFormat, ...) {
+ULONG ErrorRecord::Set(ULONG ulCode, ULONG ulLine, const char *pszFormat, ...) {
   va_list args;
   va_start(args, pszFormat);
   SetList(ulCode, ulLine, pszFormat, args);
   va_end(args);
+  return ulCode;
 }
 
-void ErrorRecord::SetList(ULONG ulCode, ULONG ulLine, const char *pszFormat, va_list args) {
-  if (!perr_) return;
-  char szShown[ulShownName], szText[sizeof perr_->szText];
-  ShowName(szShown, pszFile_);
-  std::vsnprintf(szText, sizeof szText, pszFormat, args);
+ULONG ErrorRecord::SetList(ULONG ulCode, ULONG ulLine, const char *pszFormat, va_list args) {
+  if (!perr_) return ulCode;
+  char szShown[ulShownName];
+  Output text(perr_->szText, sizeof perr_->szText - 1);
   perr_->ulCode = ulCode;
   perr_->ulLine = ulLine;
-  if (ulLine == 0)
-    Format(perr_->szText, "%s: %s", szShown, szText);
-  else
-    Format(perr_->szText, "%s:%lu: %s", szShown, ulLine, szText);
+  if (pszFile_) text.Put(ShowName(szShown, pszFile_));
+  if (ulLine != 0) text.Put(':').PutNumber(ulLine);
+  if (pszFile_) text.Put(": ");
+  std::vsnprintf(perr_->szText + text.Length(), sizeof perr_->szText - text.Length(), pszFormat, args);
   MakeOneLine(perr_->szText);
+  return ulCode;
 }
 
-void ErrorRecord::SetSystem(int iError) {
+ULONG ErrorRecord::SetSystem(int iError) {
   char szReason[128];
-  if (iError == ENOMEM)
-    Set(INI_ERROR_MEMORY, 0, "no memory");
-  else
-    Set(INI_ERROR_SYSTEM, 0, "%s", strerror_r(iError, szReason, sizeof szReason));
+  if (iError == ENOMEM) return Set(INI_ERROR_MEMORY, 0, "no memory");
+  return Set(INI_ERROR_SYSTEM, 0, "%s", strerror_r(iError, szReason, sizeof szReason));
 }

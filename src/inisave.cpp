@@ -93,7 +93,7 @@ constexpr ULONG KeysOf(ULONG ulSection) { return ulSection + 1; }
 // What the two looks at the data have in common: they number the sections, and stop at the first fault.
 class Look {
  public:
-  Look(NameTable &names, INIERROR *perr, const char *pszFile) : names_(names), perr_(perr), pszFile_(pszFile) {}
+  Look(NameTable &names, ErrorRecord &error) : names_(names), error_(error) {}
   bool IsStopped() const { return ulCode_ != 0; }
   ULONG Code() const { return ulCode_; }
 
@@ -104,22 +104,20 @@ class Look {
 
   void Judge(const FAULT &fault, FieldView field, const TITLE *ptitle, ULONG ulNumber) {
     if (fault.ulCode == 0 || IsStopped()) return;
-    ErrorText text;
-    text.Put(pszFile_).Put(": ");
+    ErrorText place;
     if (ptitle) {
-      text.Put('[');
-      PutTitle(text, *ptitle);
-      text.Put(" ] ");
+      place.Put('[');
+      PutTitle(place, *ptitle);
+      place.Put(" ] ");
     }
-    PutWord(text, field.Name() ? field.Name() : "(no name)", ulNumber);
-    ulCode_ = Tell(perr_, fault.ulCode, text.Put(": ").Put(fault.pszText).View());
+    PutWord(place, field.Name() ? field.Name() : "(no name)", ulNumber);
+    ulCode_ = error_.Set(fault.ulCode, 0, "%s: %s", place.Text(), fault.pszText);
   }
 
   NameTable &names_;
 
  private:
-  INIERROR *const perr_;
-  const char *const pszFile_;
+  ErrorRecord &error_;
   ULONG ulSections_ = 0;
   ULONG ulCode_ = 0;
 };
@@ -178,23 +176,18 @@ class SecondLook : public Look {
   void OnLoss(const FAULT &, FieldView, const TITLE *, ULONG) {}
 };
 
-ULONG TellOfFile(INIERROR *perr, ULONG ulCode, const char *pszFile, const char *pszText) {
-  ErrorText text;
-  return Tell(perr, ulCode, text.Put(pszFile).Put(": ").Put(pszText).View());
-}
-
 struct FreeMemory {
   void operator()(void *pv) const { std::free(pv); }
 };
 
-ULONG CheckData(const char *pszFile, const void *pvData, const FDSC *pfdsc, INIERROR *perr) {
+ULONG CheckData(const void *pvData, const FDSC *pfdsc, ErrorRecord &error) {
   const std::unique_ptr<NameTable, FreeMemory> names(static_cast<NameTable *>(std::malloc(sizeof(NameTable))));
-  if (!names) return TellOfFile(perr, INI_ERROR_MEMORY, pszFile, "no memory");
+  if (!names) return error.SetSystem(ENOMEM);
   names->Clear();
-  FirstLook first(*names, perr, pszFile);
+  FirstLook first(*names, error);
   WalkInFileOrder(first, pvData, pfdsc);
   if (first.IsStopped()) return first.Code();
-  SecondLook second(*names, perr, pszFile);
+  SecondLook second(*names, error);
   WalkInFileOrder(second, pvData, pfdsc);
   return second.Code();
 }
@@ -312,31 +305,29 @@ class Replacement {
   File file_;
 };
 
-ULONG ReplaceFile(const char *pszFile, const char *pszName, const void *pvData, const FDSC *pfdsc, INIERROR *perr) {
+void WriteFile(FILE *pf, const char *pszName, const void *pvData, const FDSC *pfdsc) {
+  WriteHeader(pf, pszName);
+  FileWriter<PutExactValue> writer(pf);
+  WalkInFileOrder(writer, pvData, pfdsc);
+}
+
+ULONG ReplaceFile(const char *pszFile, const char *pszName, const void *pvData, const FDSC *pfdsc, ErrorRecord &error) {
   Replacement file;
-  bool fDone = file.Open(pszFile);
-  if (fDone) {
-    errno = 0;
-    WriteHeader(file.Stream(), pszName);
-    FileWriter<PutExactValue> writer(file.Stream());
-    WalkInFileOrder(writer, pvData, pfdsc);
-  }
-  fDone = fDone && file.Commit();
-  return fDone ? 0 : TellOfFile(perr, INI_ERROR_SYSTEM, pszFile, std::strerror(errno != 0 ? errno : EIO));
+  if (!file.Open(pszFile)) return error.SetSystem(errno);
+  errno = 0;
+  WriteFile(file.Stream(), pszName, pvData, pfdsc);
+  return file.Commit() ? 0 : error.SetSystem(errno != 0 ? errno : EIO);
 }
 } // namespace
 
 ULONG IniSave(const char *pszFile, const void *pvData, const FDSC *pfdsc, INIERROR *perr) {
-  Tell(perr, 0, "");
   char szName[FIL_MAX_PATH];
-  if (!pszFile || !pvData || !pfdsc) return Tell(perr, INI_ERROR_ARGUMENT, "a null pointer");
-  if (!FilGetFileNameOf(szName, pszFile)) return Tell(perr, INI_ERROR_ARGUMENT, "the file's name is too long");
+  ErrorRecord call(perr, nullptr);
+  if (!pszFile || !pvData || !pfdsc) return call.Set(INI_ERROR_ARGUMENT, 0, "a null pointer");
+  if (!FilGetFileNameOf(szName, pszFile)) return call.Set(INI_ERROR_ARGUMENT, 0, "the file's name is too long");
+  ErrorRecord error(perr, pszFile);
   const FAULT fault = CheckWord(szName);
-  if (fault.ulCode != 0) {
-    ErrorText text;
-    text.Put(pszFile).Put(": no header can have it: ").Put(fault.pszText);
-    return Tell(perr, INI_ERROR_HEADER, text.View());
-  }
-  const ULONG ulCode = CheckData(pszFile, pvData, pfdsc, perr);
-  return ulCode != 0 ? ulCode : ReplaceFile(pszFile, szName, pvData, pfdsc, perr);
+  if (fault.ulCode != 0) return error.Set(INI_ERROR_HEADER, 0, "no header can have it: %s", fault.pszText);
+  const ULONG ulCode = CheckData(pvData, pfdsc, error);
+  return ulCode != 0 ? ulCode : ReplaceFile(pszFile, szName, pvData, pfdsc, error);
 }

@@ -6,8 +6,8 @@
 #include "inierror.h"
 #include "zebbase/ini.h"
 
-// Creates a file, writes its header, and gives a handle for IniWrite; null when that fails, with
-// the reason in the record.
+// Creates a file, writes its header, and gives a handle for IniWrite; null when that fails, with the reason in the
+// record.
 INIFILE *OpenForWriting(const char *pszFile, ErrorRecord &error);
 
 #endif
