@@ -12,6 +12,7 @@
 
 #include "bytes.h"
 #include "digits.h"
+#include "enumeration.h"
 #include "fields.h"
 #include "format.h"
 #include "fraction.h"
@@ -24,32 +25,6 @@
 
 namespace {
 constexpr SOURCE source = "ini"; // in allocations: conversion is a part of the INI module
-
-// --- Enumerations ---
-
-struct NAME {
-  const char *pszName;
-  LONG lValue;
-};
-
-// The entries of a field's enumeration that have a name; it may be missing altogether.
-class Names {
- public:
-  explicit Names(FieldView field) : pedsc_(static_cast<const EDSC *>(field.Desc())) {}
-
-  template <typename Is> // the first entry that fits, or one without a name
-  NAME Find(Is is) const {
-    const ULONG ulCount = pedsc_ ? std::min<ULONG>(pedsc_->ulCount, INI_MAX_NAMES) : 0;
-    for (ULONG ul = 0; ul < ulCount; ul++) {
-      const NAME name = {pedsc_->apszName[ul], pedsc_->alValue[ul]};
-      if (name.pszName && is(name)) return name;
-    }
-    return {nullptr, 0};
-  }
-
- private:
-  const EDSC *const pedsc_;
-};
 
 // --- To text ---
 
@@ -112,11 +87,9 @@ void PutPsz(Output &out, FieldView field, const BYTE *pb) {
   PutText(out, field, psz ? psz : "");
 }
 
-template <typename T>
 void PutEnum(Output &out, FieldView field, const BYTE *pb) {
-  const T t = Load<T>(pb);
-  const NAME name = Names(field).Find([t](const NAME &nm) { return static_cast<T>(nm.lValue) == t; });
-  PutText(out, field, name.pszName ? name.pszName : "Unknown");
+  const char *pszName = NameOfValue(field, pb);
+  PutText(out, field, pszName ? pszName : "Unknown");
 }
 
 void PutRealTime(Output &out, FieldView field, const BYTE *pb) {
@@ -195,17 +168,35 @@ T ScanInteger(FieldView field, const char *psz, T tOld) {
   return ScanULong(psz, ul) ? static_cast<T>(ul) : tOld;
 }
 
-SHORT ScanByte(FieldView field, const char *psz, SHORT sOld) { return ScanInteger(field, psz, sOld); }
-
-ULONG ReadBool(FieldView, const char *psz, ULONG) {
-  return CompareNoCase(psz, "TRUE", 4) == 0 || EqualNoCase(psz, "YES");
+bool IsOfBytes(const char *pszFormat) { // whether its conversion is one of a byte: %hhu
+  bool fBytes = false;
+  ForPieces(
+      pszFormat, [](std::string_view) {}, [&](const CONVERSION &conversion) { fBytes |= conversion.svLength == "hh"; });
+  return fBytes;
 }
 
+// Bytes are scanned as 16 bits, of which the lower ones are stored; but where a format says what it is about.
+SHORT ScanByte(FieldView field, const char *psz, SHORT sOld) {
+  if (!field.Format() || !IsOfBytes(field.Format())) return ScanInteger(field, psz, sOld);
+  return ScanInteger(field, psz, static_cast<BYTE>(sOld));
+}
+
+ULONG ReadBool(FieldView, const char *psz, ULONG) { return IsTrue(psz); }
+
 ULONG ReadEnum(FieldView field, const char *psz, ULONG) { // 0 for a name that there is not
-  return static_cast<ULONG>(Names(field).Find([psz](const NAME &nm) { return EqualNoCase(nm.pszName, psz); }).lValue);
+  const auto IsIt = [psz](const ENUMNAME &name) { return EqualNoCase(name.pszName, psz); };
+  return static_cast<ULONG>(FindEnumName(field, IsIt).lValue);
 }
 
 ULONG ReadVerbosity(FieldView, const char *psz, ULONG) { return ParseVerbosity(psz); }
+
+// --- Intervals ---
+
+struct UNIT {
+  ULONG ulSeconds;
+  char ch;
+};
+constexpr UNIT aUnit[] = {{86400, 'd'}, {3600, 'h'}, {60, 'm'}, {1, 's'}};
 
 // Digits with a unit letter, added up; what exceeds 32 bits is the largest number.
 ULONG ParseTimeInterval(const char *psz) {
@@ -213,8 +204,7 @@ ULONG ParseTimeInterval(const char *psz) {
   std::uint64_t ullTotal = 0;
   for (;;) {
     const std::uint64_t ull = ReadDigits(psz, ulMost);
-    const ULONG ulUnit = *psz == 'd' ? 86400 : *psz == 'h' ? 3600 : *psz == 'm' ? 60 : 1;
-    ullTotal = std::min<std::uint64_t>(ullTotal + ull * ulUnit, ulMost);
+    ullTotal = std::min<std::uint64_t>(ullTotal + ull * std::max(SecondsOf(*psz), 1UL), ulMost);
     if (*psz == '\0') return static_cast<ULONG>(ullTotal);
     psz++;
   }
@@ -327,31 +317,32 @@ constexpr RULE ruleFloat = {szReal, "", "l", true};
 constexpr RULE ruleDouble = {szReal, "l", "", true};
 
 struct CONVERTER {
+  ULONG ulType;
   void (*pfnPut)(Output &out, FieldView field, const BYTE *pb);
   ULONG (*pfnSet)(FieldView field, BYTE *pb, const char *psz);
   const RULE *prule; // null where the field's format is not used
 };
 constexpr CONVERTER aConverter[] = {
-    {PutBool<USHORT>, SetInteger<USHORT, ReadBool>, &ruleText},
-    {PutBool<ULONG>, SetInteger<ULONG, ReadBool>, &ruleText},
-    {PutInteger<BYTE>, SetInteger<BYTE, ScanByte>, &ruleByte},
-    {PutInteger<SHORT>, SetInteger<SHORT, ScanInteger<SHORT>>, &ruleShort},
-    {PutInteger<USHORT>, SetInteger<USHORT, ScanInteger<USHORT>>, &ruleShort},
-    {PutInteger<LONG>, SetInteger<LONG, ScanInteger<LONG>>, &ruleLong},
-    {PutInteger<ULONG>, SetInteger<ULONG, ScanInteger<ULONG>>, &ruleLong},
-    {PutReal<float>, SetReal<float, ReadReal<float>>, &ruleFloat},
-    {PutReal<double>, SetReal<double, ReadReal<double>>, &ruleDouble},
-    {PutString, SetString, &ruleText},
-    {PutPsz, SetPsz, &ruleText},
-    {PutEnum<USHORT>, SetInteger<USHORT, ReadEnum>, &ruleText},
-    {PutEnum<ULONG>, SetInteger<ULONG, ReadEnum>, &ruleText},
-    {PutRealTime, SetReal<REALTIME, ReadRealTime>, &ruleText},
-    {PutFixedString, SetFixedString, &ruleText},
-    {PutDotted, SetDotted, nullptr},
-    {PutVerbosity, SetInteger<ULONG, ReadVerbosity>, nullptr},
-    {PutInterval, SetInteger<ULONG, ReadInterval>, nullptr},
+    {FT_BOOL16, PutBool<USHORT>, SetInteger<USHORT, ReadBool>, &ruleText},
+    {FT_BOOL32, PutBool<ULONG>, SetInteger<ULONG, ReadBool>, &ruleText},
+    {FT_BYTE, PutInteger<BYTE>, SetInteger<BYTE, ScanByte>, &ruleByte},
+    {FT_SHORT, PutInteger<SHORT>, SetInteger<SHORT, ScanInteger<SHORT>>, &ruleShort},
+    {FT_USHORT, PutInteger<USHORT>, SetInteger<USHORT, ScanInteger<USHORT>>, &ruleShort},
+    {FT_LONG, PutInteger<LONG>, SetInteger<LONG, ScanInteger<LONG>>, &ruleLong},
+    {FT_ULONG, PutInteger<ULONG>, SetInteger<ULONG, ScanInteger<ULONG>>, &ruleLong},
+    {FT_FLOAT, PutReal<float>, SetReal<float, ReadReal<float>>, &ruleFloat},
+    {FT_DOUBLE, PutReal<double>, SetReal<double, ReadReal<double>>, &ruleDouble},
+    {FT_STRING, PutString, SetString, &ruleText},
+    {FT_PSZ, PutPsz, SetPsz, &ruleText},
+    {FT_ENUM16, PutEnum, SetInteger<USHORT, ReadEnum>, &ruleText},
+    {FT_ENUM32, PutEnum, SetInteger<ULONG, ReadEnum>, &ruleText},
+    {FT_REALTIME, PutRealTime, SetReal<REALTIME, ReadRealTime>, &ruleText},
+    {FT_FIXEDSTRING, PutFixedString, SetFixedString, &ruleText},
+    {FT_DOTTED, PutDotted, SetDotted, nullptr},
+    {FT_VERBOSITY, PutVerbosity, SetInteger<ULONG, ReadVerbosity>, nullptr},
+    {FT_INTERVAL, PutInterval, SetInteger<ULONG, ReadInterval>, nullptr},
 };
-static_assert(std::size(aConverter) == FT_INTERVAL + 1);
+static_assert(AreRowsOf(aConverter, 0, FT_INTERVAL));
 
 // --- Verbosity words ---
 
@@ -366,13 +357,31 @@ bool ReadVerbosityWord(const char *&psz, ULONG &fl) {
   const std::string_view sv(pszWord, psz);
   for (const SEVERITY &severity : aSeverity) {
     if (!EqualNoCase(severity.pszName, sv)) continue;
-    fl |= severity.fl;
+    fl = severity.fl;
     return true;
   }
   if (!EqualNoCase(szArea, sv)) return false;
   const ULONG ulArea = ReadDigits(psz, std::numeric_limits<ULONG>::max());
-  if (ulArea >= 1 && ulArea <= ulAreas) fl |= VERB_AREA1 << (ulArea - 1);
+  if (ulArea >= 1 && ulArea <= ulAreas) fl = VERB_AREA1 << (ulArea - 1);
   return true;
+}
+
+struct VERBOSITY {
+  ULONG fl = 0;
+  bool fAllWords = true; // are known; behind one that is not, nothing is read
+  bool fAllAreas = true; // there are
+};
+
+VERBOSITY ReadVerbosityWords(const char *psz) {
+  VERBOSITY verbosity;
+  do {
+    ULONG flWord = 0;
+    verbosity.fAllWords = ReadVerbosityWord(psz, flWord);
+    verbosity.fAllAreas &= flWord != 0;
+    verbosity.fl |= flWord;
+    while (*psz == ' ' || *psz == '|') psz++;
+  } while (verbosity.fAllWords && *psz != '\0');
+  return verbosity;
 }
 } // namespace
 
@@ -401,13 +410,17 @@ bool IsFormatFor(ULONG ulType, const char *pszFormat) {
   return fAllowed && ulConversions == 1;
 }
 
+bool IsTrue(const char *psz) { return CompareNoCase(psz, "TRUE", 4) == 0 || EqualNoCase(psz, "YES"); }
+
+ULONG SecondsOf(char ch) {
+  for (const UNIT &unit : aUnit)
+    if (unit.ch == ch) return unit.ulSeconds;
+  return 0;
+}
+
 bool IsVerbosity(const char *psz) {
-  do {
-    ULONG fl = 0;
-    if (!ReadVerbosityWord(psz, fl) || fl == 0) return false;
-    while (*psz == ' ' || *psz == '|') psz++;
-  } while (*psz != '\0');
-  return true;
+  const VERBOSITY verbosity = ReadVerbosityWords(psz);
+  return verbosity.fAllWords && verbosity.fAllAreas;
 }
 
 BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc) {
@@ -441,20 +454,11 @@ void VerbosityToString(ULONG fl, char *pszText) {
 }
 
 ULONG ParseVerbosity(const char *psz) {
-  ULONG fl = 0;
-  do {
-    if (!ReadVerbosityWord(psz, fl)) return flAllLevels;
-    while (*psz == ' ' || *psz == '|') psz++;
-  } while (*psz != '\0');
-  return fl;
+  const VERBOSITY verbosity = ReadVerbosityWords(psz);
+  return verbosity.fAllWords ? verbosity.fl : flAllLevels;
 }
 
 void IntervalToString(ULONG ulSeconds, char *pszText) {
-  struct UNIT {
-    ULONG ulSeconds;
-    char ch;
-  };
-  static constexpr UNIT aUnit[] = {{86400, 'd'}, {3600, 'h'}, {60, 'm'}, {1, 's'}};
   Output out(pszText, Output::cbUnknown);
   for (const UNIT &unit : aUnit) {
     const ULONG ulUnits = ulSeconds / unit.ulSeconds;

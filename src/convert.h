@@ -18,7 +18,10 @@ ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText);
 // takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
 bool IsFormatFor(ULONG ulType, const char *pszFormat);
 
-// Whether all words of a verbosity text are known, and all areas there are.
+// What the texts of some types are made of, for those who judge them: whether a text means true; the seconds that a
+// unit of an interval has, 0 for a letter of none; whether all words of a verbosity are known, and all its areas there.
+bool IsTrue(const char *psz);
+ULONG SecondsOf(char ch);
 bool IsVerbosity(const char *psz);
 
 #endif

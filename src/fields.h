@@ -24,8 +24,17 @@ enum class STORAGE : BYTE {
 
 enum class NESTED : BYTE { None, Structure, Enumeration, Field };
 
+// Whether the rows of a table are those of the type codes from ulFirst to ulLast, in their order.
+template <typename ROW, std::size_t N>
+constexpr bool AreRowsOf(const ROW (&arow)[N], ULONG ulFirst, ULONG ulLast) {
+  ULONG ulType = ulFirst;
+  for (const ROW &row : arow)
+    if (row.ulType != ulType++) return false;
+  return ulType == ulLast + 1;
+}
+
 struct FIELDTYPE {
-  ULONG ulCode;
+  ULONG ulType;
   TYPEDEFAULT type;
   STORAGE storage;
   NESTED nested;
@@ -62,25 +71,20 @@ inline constexpr FIELDTYPE aFieldType[] = {
     {FT_STRUCTPTR, {"", 4}, STORAGE::Reference, NESTED::Structure},
 };
 
-static_assert([] {
-  ULONG ulCode = 0;
-  for (const FIELDTYPE &type : aFieldType)
-    if (type.ulCode != ulCode++) return false;
-  return ulCode == FT_TYPES;
-}());
+static_assert(AreRowsOf(aFieldType, 0, FT_TYPES - 1));
 
 // What an operation asks of a type again and again is computed from the table: one value for each code.
 template <typename T, typename Of>
 constexpr std::array<T, FT_TYPES> ByType(Of of) {
   std::array<T, FT_TYPES> at = {};
-  for (const FIELDTYPE &type : aFieldType) at[type.ulCode] = of(type);
+  for (const FIELDTYPE &type : aFieldType) at[type.ulType] = of(type);
   return at;
 }
 
 // The types of one storage, a bit for each code.
 constexpr ULONG TypesOf(STORAGE storage) {
   ULONG fl = 0;
-  for (const FIELDTYPE &type : aFieldType) fl |= ULONG{type.storage == storage} << type.ulCode;
+  for (const FIELDTYPE &type : aFieldType) fl |= ULONG{type.storage == storage} << type.ulType;
   return fl;
 }
 

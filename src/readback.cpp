@@ -8,6 +8,7 @@
 
 #include "bytes.h"
 #include "convert.h"
+#include "enumeration.h"
 #include "fraction.h"
 #include "guard.h"
 #include "iniwriter.h"
@@ -64,17 +65,6 @@ bool ReadsBack(FieldView field, const BYTE *pb, const char *pszText) {
 
 bool IsEnumeration(ULONG ulType) { return ulType == FT_ENUM16 || ulType == FT_ENUM32; }
 
-// Whether an enumeration has a name for a value: the text of one without may be that of another.
-bool HasName(FieldView field, const BYTE *pb) {
-  const auto *pedsc = static_cast<const EDSC *>(field.Desc());
-  const bool fWide = field.Type() == FT_ENUM32;
-  const ULONG ulValue = fWide ? Load<ULONG>(pb) : Load<USHORT>(pb);
-  const ULONG ulMask = fWide ? 0xFFFFFFFF : 0xFFFF;
-  for (ULONG ul = 0; ul < std::min<ULONG>(pedsc->ulCount, INI_MAX_NAMES); ul++)
-    if (pedsc->apszName[ul] && (static_cast<ULONG>(pedsc->alValue[ul]) & ulMask) == ulValue) return true;
-  return false;
-}
-
 // --- Descriptors ---
 
 bool TakesDescription(ULONG ulType) { return aFieldType[ulType].nested != NESTED::None; }
@@ -108,7 +98,8 @@ FAULT CheckText(std::string_view svText, bool fQuoted) {
 FAULT CheckValue(FieldView field, const BYTE *pb) {
   if (field.Type() == FT_PSZ && !Load<const char *>(pb))
     return {INI_ERROR_VALUE, "a null text reads back as an empty one"};
-  if (IsEnumeration(field.Type()) && !HasName(field, pb)) return {INI_ERROR_VALUE, "the value has no name"};
+  if (IsEnumeration(field.Type()) && !NameOfValue(field, pb)) // its text may be the name of another
+    return {INI_ERROR_VALUE, "the value has no name"};
   TextBuffer<INI_MAX_TEXT + 3> text; // one character too many is seen, and a formatted text has its terminator
   PutExactValue(text, field, pb);
   const char *psz = text.Text();
