@@ -2,282 +2,18 @@
 // A first pass goes along the description, as the reader will: it looks up the same names in the same order, stops where
 // the reader stops, and marks what it finds. A second pass goes over the entries that have no mark. Nothing is stored.
 
-#include <cmath>
-#include <cstdarg>
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
-#include "bytes.h"
-#include "convert.h"
 #include "entries.h"
 #include "fields.h"
-#include "fraction.h"
 #include "inifile.h"
 #include "output.h"
 #include "text.h"
+#include "valuecheck.h"
 #include "zebbase/ini.h"
-#include "zebbase/tme.h"
 
 namespace {
-// --- Names that are near ---
-
-// The number of characters that one name has to lose, gain, change or exchange with their neighbour to become another,
-// without regard to case. Line i of the table has the distances of the first i characters to all beginnings of the
-// other name, and only the last three lines are kept.
-ULONG Distance(std::string_view sv1, std::string_view sv2) {
-  USHORT aaus[3][INI_MAX_TEXT + 1];
-  for (std::size_t n2 = 0; n2 <= sv2.size(); n2++) aaus[0][n2] = static_cast<USHORT>(n2);
-  for (std::size_t n1 = 1; n1 <= sv1.size(); n1++) {
-    USHORT *paus = aaus[n1 % 3];
-    const USHORT *pausBefore = aaus[(n1 - 1) % 3], *pausTwoBefore = aaus[(n1 - 2) % 3];
-    paus[0] = static_cast<USHORT>(n1);
-    for (std::size_t n2 = 1; n2 <= sv2.size(); n2++) {
-      const bool fSame = IsEqualNoCase(sv1[n1 - 1], sv2[n2 - 1]);
-      const bool fExchanged =
-          n1 > 1 && n2 > 1 && IsEqualNoCase(sv1[n1 - 1], sv2[n2 - 2]) && IsEqualNoCase(sv1[n1 - 2], sv2[n2 - 1]);
-      int iBest = std::min(std::min(pausBefore[n2], paus[n2 - 1]) + 1, pausBefore[n2 - 1] + !fSame);
-      if (fExchanged) iBest = std::min(iBest, pausTwoBefore[n2 - 2] + 1);
-      paus[n2] = static_cast<USHORT>(iBest);
-    }
-  }
-  return aaus[sv1.size() % 3][sv2.size()];
-}
-
-std::string_view WithoutDigits(std::string_view sv) { // at its end
-  while (!sv.empty() && IsDigit(sv.back())) sv.remove_suffix(1);
-  return sv;
-}
-
-bool IsNumber(std::string_view sv) { return !sv.empty() && WithoutDigits(sv).empty(); }
-
-bool StartsWithNoCase(std::string_view sv, std::string_view svStart) {
-  return sv.size() >= svStart.size() && EqualNoCase(UpTo(sv, svStart.size()), svStart);
-}
-
-// Looks among names that are offered for one that is sought.
-class Nearest {
- public:
-  explicit Nearest(std::string_view svSought) : svSought_(svSought) {}
-
-  // A name that stands behind the first characters of the one sought. A numbered one is any with a number behind it.
-  void Offer(std::size_t cbBefore, std::string_view svName, bool fNumbered) {
-    const std::string_view sv = From(svSought_, cbBefore);
-    const bool fEqual =
-        fNumbered ? StartsWithNoCase(sv, svName) && IsNumber(From(sv, svName.size())) : EqualNoCase(sv, svName);
-    fDescribed_ |= fEqual;
-    const std::string_view svStem = fNumbered ? WithoutDigits(sv) : sv;
-    const ULONG ulLimit = std::min<ULONG>((svStem.size() + 1) / 3, 3);
-    if (fEqual || svName.size() > INI_MAX_TEXT || svSought_.size() > INI_MAX_TEXT) return;
-    const ULONG ulDistance = Distance(svStem, svName);
-    if (ulDistance > ulLimit || ulDistance >= ulDistance_) return;
-    ulDistance_ = ulDistance;
-    near_.Shorten(0);
-    near_.Put(UpTo(svSought_, cbBefore)).Put(svName).Put(From(sv, svStem.size()));
-    if (fNumbered && svStem.size() == sv.size()) near_.Put('1');
-  }
-
-  bool IsDescribed() const { return fDescribed_; } // one of those offered was it
-  const char *Text() { return near_.Text(); }      // empty for none
-
- private:
-  const std::string_view svSought_;
-  Name near_;
-  ULONG ulDistance_ = 0xFFFFFFFF;
-  bool fDescribed_ = false;
-};
-
-// What a finding says behind its place.
-struct WHY {
-  char szText[400] = "";
-
-  [[gnu::format(printf, 3, 4)]] ULONG Say(ULONG ulClass, const char *pszFormat, ...) { // gives the class
-    va_list args;
-    va_start(args, pszFormat);
-    std::vsnprintf(szText, sizeof szText, pszFormat, args);
-    va_end(args);
-    return ulClass;
-  }
-  ULONG SayUnknown(ULONG ulClass, const char *pszWhat, Nearest &nearest) {
-    return Say(ulClass, "%s%s%s", pszWhat, *nearest.Text() ? ", perhaps " : "", nearest.Text());
-  }
-};
-
-// --- Values. Each check gives the class of a finding and says what is wrong; or 0. ---
-
-bool IsBlank(const char *psz) { return *SkipSpace(psz) == '\0'; } // to its end
-
-// A run of digits; what is far beyond 32 bits stays there.
-std::uint64_t ReadLongDigits(const char *&psz) {
-  std::uint64_t ull = 0;
-  for (; IsDigit(*psz); psz++)
-    ull = std::min<std::uint64_t>(ull * 10 + static_cast<ULONG>(*psz - '0'), std::uint64_t{1} << 40);
-  return ull;
-}
-
-// Two values of all different bytes: what leaves both of them as they were is not read.
-ULONG CheckThroughFormat(FieldView field, const char *psz, WHY &why) {
-  bool fRead = false;
-  for (const int iByte : {0x00, 0xFF}) {
-    BYTE ab[sizeof(double)], abBefore[sizeof ab];
-    std::memset(ab, iByte, sizeof ab);
-    std::memcpy(abBefore, ab, sizeof ab);
-    SetValue(field, ab, psz);
-    fRead |= std::memcmp(ab, abBefore, sizeof ab) != 0;
-  }
-  return fRead ? 0 : why.Say(INI_FINDING_NUMBER, "is not read through the format %s", field.Format());
-}
-
-struct INTEGERRANGE {
-  ULONG ulType;
-  std::int64_t llLeast, llMost;
-};
-constexpr INTEGERRANGE aRange[] = {{FT_BYTE, 0, 255},
-                                   {FT_SHORT, -32768, 32767},
-                                   {FT_USHORT, 0, 65535},
-                                   {FT_LONG, -2147483648LL, 2147483647},
-                                   {FT_ULONG, 0, 4294967295LL}};
-
-ULONG CheckInteger(FieldView field, const char *psz, WHY &why) {
-  if (field.Format()) return CheckThroughFormat(field, psz, why);
-  const INTEGERRANGE &range = aRange[field.Type() - FT_BYTE];
-  psz = SkipSpace(psz);
-  const bool fNegative = *psz == '-';
-  if (*psz == '-' || *psz == '+') psz++;
-  const bool fNumber = IsDigit(*psz);
-  const auto llSize = static_cast<std::int64_t>(ReadLongDigits(psz));
-  const std::int64_t ll = fNegative ? -llSize : llSize;
-  if (!fNumber || !IsBlank(psz)) return why.Say(INI_FINDING_NUMBER, "is no whole number");
-  if (ll >= range.llLeast && ll <= range.llMost) return 0;
-  return why.Say(INI_FINDING_RANGE, "is beyond %lld to %lld", range.llLeast, range.llMost);
-}
-
-bool HasValue(const char *psz) { // a decimal fraction that is not zero
-  while (*psz == '-' || *psz == '+' || *psz == '0' || *psz == '.') psz++;
-  return IsDigit(*psz);
-}
-
-template <typename T>
-ULONG CheckReal(FieldView field, const char *psz, WHY &why) {
-  if (field.Format()) return CheckThroughFormat(field, psz, why);
-  psz = SkipSpace(psz);
-  const char *pszEnd = psz;
-  T t;
-  if (!ScanReal(pszEnd, t) || !IsBlank(pszEnd)) return why.Say(INI_FINDING_NUMBER, "is no number");
-  if (!HasValue(psz) || (!std::isinf(t) && t != 0)) return 0;
-  return why.Say(INI_FINDING_RANGE, "is beyond the range of its field");
-}
-
-ULONG CheckTruth(FieldView, const char *psz, WHY &why) {
-  if (CompareNoCase(psz, "TRUE", 4) == 0 || EqualNoCase(psz, "YES")) return 0;
-  for (const char *pszFalse : {"FALSE", "NO"})
-    if (StartsWithNoCase(psz, pszFalse) && IsBlank(psz + std::strlen(pszFalse))) return 0;
-  return why.Say(INI_FINDING_TRUTH, "is neither TRUE nor FALSE");
-}
-
-ULONG CheckName(FieldView field, const char *psz, WHY &why) {
-  const auto *pedsc = static_cast<const EDSC *>(field.Desc());
-  const ULONG ulNames = pedsc ? std::min<ULONG>(pedsc->ulCount, INI_MAX_NAMES) : 0;
-  Nearest nearest(psz);
-  for (ULONG ul = 0; ul < ulNames; ul++)
-    if (pedsc->apszName[ul]) nearest.Offer(0, pedsc->apszName[ul], false);
-  if (nearest.IsDescribed()) return 0;
-  return why.SayUnknown(INI_FINDING_NAME, "is none of its names", nearest);
-}
-
-ULONG CheckRealTime(FieldView, const char *psz, WHY &why) {
-  REALTIME rt;
-  if (TmeTextToRealTime(psz, &rt) != 0) return why.Say(INI_FINDING_TIME, "is no time such as 2026-11-23_04:05:06");
-  const REALTIME rtRead = TmeStringToRealTime(psz);
-  if (std::fabs(rtRead - rt) < 0.00011) return 0; // its step, and a little
-  char szRead[TME_STRING_SIZE];
-  return why.Say(INI_FINDING_TIME, "is read as %s", TmeRealTimeToString(rtRead, szRead));
-}
-
-// Whether a field takes all of a text but blanks at its end.
-bool Fits(std::string_view sv, ULONG ulRoom) {
-  while (sv.size() > ulRoom && sv.back() == ' ') sv.remove_suffix(1);
-  return sv.size() <= ulRoom;
-}
-
-ULONG CutAt(ULONG ulRoom, WHY &why) { return why.Say(INI_FINDING_TEXT, "is cut after %lu characters", ulRoom); }
-
-ULONG CheckString(FieldView field, const char *psz, WHY &why) {
-  const ULONG ulRoom = field.Count() > 0 ? field.Count() - 1 : 0;
-  return std::strlen(psz) <= ulRoom ? 0 : CutAt(ulRoom, why);
-}
-
-ULONG CheckFixedString(FieldView field, const char *psz, WHY &why) {
-  if (!Fits(psz, field.Count())) return CutAt(field.Count(), why);
-  while (IsPrintable(*psz)) psz++;
-  if (*psz == '\0') return 0;
-  return why.Say(INI_FINDING_TEXT, "has characters that become blanks");
-}
-
-ULONG CheckDotted(FieldView field, const char *psz, WHY &why) {
-  ULONG ulLeft = field.Count();
-  bool fFits = true;
-  for (const FieldView subfield : field.Structure()) {
-    const ULONG ulWidth = std::min(subfield.Count(), ulLeft);
-    const std::size_t cbPart = std::strcspn(psz, ".");
-    fFits &= Fits({psz, cbPart}, ulWidth);
-    psz += cbPart + (psz[cbPart] != '\0');
-    ulLeft -= ulWidth;
-  }
-  if (fFits && *psz == '\0') return 0;
-  return why.Say(INI_FINDING_TEXT, "is cut: a part is too long, or one too many");
-}
-
-ULONG CheckVerbosity(FieldView, const char *psz, WHY &why) {
-  if (IsVerbosity(psz)) return 0;
-  return why.Say(INI_FINDING_VERBOSITY, "has an unknown word: a verbosity is such as Error|Warning|Area3");
-}
-
-// Whether a text is an interval: numbers with their units, the last perhaps without one.
-bool ReadInterval(const char *psz, std::uint64_t &ullTotal) {
-  bool fUnit = true;
-  for (psz = SkipSpace(psz); fUnit && IsDigit(*psz); psz = SkipSpace(psz)) {
-    const std::uint64_t ull = ReadLongDigits(psz);
-    const ULONG ulUnit = *psz == 'd' ? 86400 : *psz == 'h' ? 3600 : *psz == 'm' ? 60 : 1;
-    ullTotal = std::min(ullTotal + ull * ulUnit, std::uint64_t{1} << 40);
-    fUnit = ulUnit > 1 || *psz == 's';
-    if (fUnit) psz++;
-  }
-  return *psz == '\0';
-}
-
-ULONG CheckInterval(FieldView, const char *psz, WHY &why) {
-  std::uint64_t ullTotal = 0;
-  if (IsBlank(psz) || !ReadInterval(psz, ullTotal))
-    return why.Say(INI_FINDING_INTERVAL, "is no interval such as 1d2h3m4s");
-  if (ullTotal <= 0xFFFFFFFF) return 0;
-  return why.Say(INI_FINDING_RANGE, "is beyond 49710d6h28m15s");
-}
-
-ULONG CheckNothing(FieldView, const char *, WHY &) { return 0; }
-
-struct VALUECHECK {
-  ULONG ulType;
-  ULONG (*pfnCheck)(FieldView field, const char *psz, WHY &why);
-};
-constexpr VALUECHECK aCheck[] = {
-    {FT_BOOL16, CheckTruth},  {FT_BOOL32, CheckTruth},        {FT_BYTE, CheckInteger},
-    {FT_SHORT, CheckInteger}, {FT_USHORT, CheckInteger},      {FT_LONG, CheckInteger},
-    {FT_ULONG, CheckInteger}, {FT_FLOAT, CheckReal<float>},   {FT_DOUBLE, CheckReal<double>},
-    {FT_STRING, CheckString}, {FT_PSZ, CheckNothing},         {FT_ENUM16, CheckName},
-    {FT_ENUM32, CheckName},   {FT_REALTIME, CheckRealTime},   {FT_FIXEDSTRING, CheckFixedString},
-    {FT_DOTTED, CheckDotted}, {FT_VERBOSITY, CheckVerbosity}, {FT_INTERVAL, CheckInterval},
-};
-static_assert([] {
-  ULONG ulType = 0;
-  for (const VALUECHECK &check : aCheck)
-    if (check.ulType != ulType++) return false;
-  return ulType == FT_INTERVAL + 1;
-}());
-
-// --- The file ---
-
 class Checker {
  public:
   Checker(INIFILE &ini, PFNINIREPORT pfnReport, void *pvUser)
@@ -301,18 +37,22 @@ class Checker {
   ULONG IndexOf(const INIENTRY &entry) const { return static_cast<ULONG>(&entry - ini_.aentry); }
   ULONG LineOf(const INIENTRY *pentry) const { return pchk_ && pentry ? pchk_->aulLine[IndexOf(*pentry)] : 0; }
 
-  // server.ini:4: [Server] Port: why
-  void SetText(INIFINDING &finding, const char *pszValue, const char *pszWhy) const {
-    char szPlace[ulShownName + 16] = "";
-    if (pchk_ && finding.ulLine != 0) Format(szPlace, "%s:%lu: ", pchk_->szFile, finding.ulLine);
-    if (pchk_ && finding.ulLine == 0) Format(szPlace, "%s: ", pchk_->szFile);
+  // server.ini:4: [Server] Port:
+  void PutPlace(Output &out, const INIFINDING &finding) const {
     const bool fSection = *finding.pszSection || !finding.pszKey;
     const char *pszKey = finding.pszKey ? finding.pszKey : "";
-    Format(finding.szText, "%s%s%s%s%s: %s%s%s%s", szPlace, fSection ? "[" : "", finding.pszSection,
-           !fSection ? ""
-           : *pszKey ? "] "
-                     : "]",
-           pszKey, pszValue ? "'" : "", pszValue ? pszValue : "", pszValue ? "' " : "", pszWhy);
+    if (pchk_) out.Put(pchk_->szFile);
+    if (pchk_ && finding.ulLine != 0) out.Put(':').PutNumber(finding.ulLine);
+    if (pchk_) out.Put(": ");
+    if (fSection) out.Put('[').Put(finding.pszSection).Put(*pszKey ? "] " : "]");
+    out.Put(pszKey).Put(": ");
+  }
+
+  void SetText(INIFINDING &finding, const char *pszValue, const char *pszWhy) const {
+    Output text(finding.szText, sizeof finding.szText - 1);
+    PutPlace(text, finding);
+    if (pszValue) text.Put('\'').Put(pszValue).Put("' ");
+    text.Put(pszWhy).Text();
     MakeOneLine(finding.szText);
   }
 
@@ -380,9 +120,8 @@ class Checker {
   }
 
   void CheckValue(FieldView field, const INIENTRY &entry) {
-    if (field.Type() > FT_INTERVAL) return;
     WHY why;
-    const ULONG ulClass = aCheck[field.Type()].pfnCheck(field, entry.pszValue, why);
+    const ULONG ulClass = JudgeText(field, entry.pszValue, why);
     if (ulClass != 0) Report(ulClass, &entry, path_.Text(), entry.pszName, why.szText, true);
   }
 
