@@ -103,6 +103,9 @@ constexpr bool IsSection(ULONG ulType) { return ulType >= FT_STRUCT; }
 
 inline constexpr auto atydTypeDefaults = ByType<TYPEDEFAULT>([](const FIELDTYPE &type) { return type.type; });
 
+// Data travel when their pointers have one of these marks, and descriptions when they have both.
+constexpr ULONG flPointerMarks = FDSC_NOINI | FDSC_NOPACK;
+
 // --- Views ---
 
 class StructureView;
