@@ -15,8 +15,8 @@
 #include <ctime>
 #include <iterator>
 #include <limits>
-#include <string_view>
 
+#include "calendar.h"
 #include "digits.h"
 #include "text.h"
 
@@ -26,11 +26,8 @@ namespace {
 constexpr char aszMonth[][4] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 constexpr char aszWDay[][4] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
-constexpr ULONG ulSecondsPerDay = 86400;
-constexpr LONG lEpochDay = 2440588; // Julian day number of 1970-01-01
 constexpr double dHalfRange = 2147483648.0;
 constexpr double dHalfStep = 0.00005;
-constexpr double dEndOfTime = 4294967296.0;
 constexpr double dLastTime = 4294967295.9999; // the last step that a REALTIME of 32-bit seconds has
 
 struct DATE {
@@ -207,110 +204,6 @@ REALTIME Compose(const NAMEDTIME &nt) {
   ts.ulSecond = static_cast<ULONG>(nt.lSecond);
   return TmeStructToRealTime(&ts);
 }
-
-// Reads a time of which nothing is to be wrong: at the first thing that is, reading stops, and stays there.
-class StrictReader {
- public:
-  explicit StrictReader(const char *psz) : psz_(psz) {}
-
-  bool ReadAll(REALTIME &rt) {
-    const char *pszTime = psz_ = AfterWhite();
-    std::int64_t llSeconds = 0;
-    double dFraction = 0;
-    if (!ReadDate(llSeconds)) return false;
-    const bool fOnlyDate = *AfterWhite() == '\0';
-    if (!fOnlyDate && !(TakeOneOf("Tt_ ") && ReadTimeOfDay(llSeconds, dFraction) && ReadOffset(llSeconds)))
-      return false;
-    psz_ = AfterWhite();
-    if (*psz_ != '\0') return false;
-    const REALTIME rtRead = static_cast<double>(llSeconds) + dFraction;
-    if (rtRead < 0 || rtRead >= dEndOfTime) {
-      psz_ = pszTime;
-      return false;
-    }
-    rt = rtRead;
-    return true;
-  }
-
-  const char *Position() const { return psz_; }
-
- private:
-  const char *AfterWhite() const {
-    const char *psz = psz_;
-    while (IsWhite(*psz)) psz++;
-    return psz;
-  }
-  bool TakeOneOf(std::string_view svOneOf) {
-    const bool fTaken = *psz_ != '\0' && svOneOf.find(*psz_) != svOneOf.npos;
-    psz_ += fTaken;
-    return fTaken;
-  }
-
-  // A number of just so many digits, within its range.
-  bool ReadNumber(ULONG &ul, ULONG ulDigits, ULONG ulLeast, ULONG ulMost) {
-    const char *pszNumber = psz_;
-    for (ul = 0; ulDigits > 0; ulDigits--, psz_++) {
-      if (!IsDigit(*psz_)) return false;
-      ul = ul * 10 + static_cast<ULONG>(*psz_ - '0');
-    }
-    if (ul >= ulLeast && ul <= ulMost) return true;
-    psz_ = pszNumber;
-    return false;
-  }
-
-  bool ReadDate(std::int64_t &llSeconds) {
-    ULONG ulYear, ulMonth, ulDay;
-    if (!ReadNumber(ulYear, 4, 1, 9999) || !TakeOneOf("-")) return false;
-    if (!ReadNumber(ulMonth, 2, 1, 12) || !TakeOneOf("-")) return false;
-    if (!ReadNumber(ulDay, 2, 1, DaysOf(ulYear, ulMonth))) return false;
-    llSeconds = std::int64_t{ulSecondsPerDay} * (DayNumber(ulYear, ulMonth, ulDay) - lEpochDay);
-    return true;
-  }
-
-  static LONG DayNumber(ULONG ulYear, ULONG ulMonth, ULONG ulDay) {
-    return JulianDay(static_cast<LONG>(ulYear), static_cast<LONG>(ulMonth), static_cast<LONG>(ulDay));
-  }
-  static ULONG DaysOf(ULONG ulYear, ULONG ulMonth) {
-    const ULONG ulDecember = ulMonth == 12;
-    return static_cast<ULONG>(DayNumber(ulYear + ulDecember, ulMonth % 12 + 1, 1) - DayNumber(ulYear, ulMonth, 1));
-  }
-
-  bool ReadTimeOfDay(std::int64_t &llSeconds, double &dFraction) {
-    ULONG ulHour, ulMinute, ulSecond = 0;
-    if (!ReadNumber(ulHour, 2, 0, 23) || !TakeOneOf(":") || !ReadNumber(ulMinute, 2, 0, 59)) return false;
-    if (TakeOneOf(":")) {
-      if (!ReadNumber(ulSecond, 2, 0, 59)) return false;
-      if (TakeOneOf(".,") && !ReadFraction(dFraction)) return false;
-    }
-    llSeconds += 3600 * ulHour + 60 * ulMinute + ulSecond;
-    return true;
-  }
-
-  bool ReadFraction(double &dFraction) { // to a nanosecond
-    if (!IsDigit(*psz_)) return false;
-    ULONG ulDigits = 0, ulUnit = 1;
-    for (; IsDigit(*psz_); psz_++) {
-      if (ulUnit == 1000000000) continue;
-      ulDigits = ulDigits * 10 + static_cast<ULONG>(*psz_ - '0');
-      ulUnit *= 10;
-    }
-    dFraction = static_cast<double>(ulDigits) / static_cast<double>(ulUnit);
-    return true;
-  }
-
-  bool ReadOffset(std::int64_t &llSeconds) { // Z, or what the text's time is ahead of UTC; none is UTC
-    const bool fBehind = *psz_ == '-';
-    ULONG ulHours, ulMinutes = 0;
-    if (TakeOneOf("Zz") || !TakeOneOf("+-")) return true;
-    if (!ReadNumber(ulHours, 2, 0, 23)) return false;
-    if ((TakeOneOf(":") || IsDigit(*psz_)) && !ReadNumber(ulMinutes, 2, 0, 59)) return false;
-    const std::int64_t llAhead = 3600 * ulHours + 60 * ulMinutes;
-    llSeconds += fBehind ? llAhead : -llAhead;
-    return true;
-  }
-
-  const char *psz_;
-};
 } // namespace
 
 REALTIME TmeGetRealTime(void) { return static_cast<REALTIME>(std::time(nullptr)); }
@@ -409,22 +302,4 @@ REALTIME TmeSQLDateTimeToRealTime(const char *psz) {
   if (nt.lHour == 12) nt.lHour = 0;
   if (ToLower(nt.szMarker[0]) == 'p') nt.lHour += 12;
   return Compose(nt);
-}
-
-ULONG TmeTextToRealTime(const char *psz, REALTIME *prt) {
-  const char *pszText = psz ? psz : "";
-  StrictReader reader(pszText);
-  REALTIME rt;
-  if (!reader.ReadAll(rt)) return static_cast<ULONG>(reader.Position() - pszText) + 1;
-  if (prt) *prt = rt;
-  return 0;
-}
-
-char *TmeRealTimeToIsoString(REALTIME rt, char *pszBuffer) {
-  const SPLITTIME st(LoadArgument(rt));
-  char *pch = PutSeparator(PutDate(pszBuffer, CalendarDate(st.Day()), '-'), 'T');
-  pch = PutTimeOfDay(pch, st.SecondOfDay(), ':');
-  if (st.Fraction() != 0) pch = Put4(PutSeparator(pch, '.'), st.Fraction());
-  *PutSeparator(pch, 'Z') = '\0';
-  return pszBuffer;
 }
