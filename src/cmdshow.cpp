@@ -1,5 +1,6 @@
 // cmdshow.cpp: the displays of an option table: syntax, help and the dump of all its fields.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

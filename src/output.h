@@ -15,6 +15,7 @@
 #include "digits.h"
 #include "guard.h"
 #include "print.h"
+#include "text.h"
 
 // Appends to a place in memory, or through a buffer to a stream. What has no room in memory is cut there, and remembered;
 // a stream takes any length, in few large writes, and shows its errors itself.
@@ -28,12 +29,12 @@ class Output {
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
-  [[gnu::always_inline]] Output &Put(std::string_view sv) {
+  Output &Put(std::string_view sv) {
     if (sv.size() > cbRoom_) return PutFar(sv);
     if (!sv.empty()) std::memcpy(pch_, sv.data(), sv.size()); // an empty one need not have an address
     return Advance(sv.size());
   }
-  [[gnu::always_inline]] Output &Put(char ch) {
+  Output &Put(char ch) {
     if (cbRoom_ == 0) return PutFar({&ch, 1});
     *pch_ = ch;
     return Advance(1);
@@ -108,7 +109,7 @@ class Output {
     if (pf_)
       std::fwrite(sv.data(), 1, sv.size(), pf_);
     else
-      Put(sv.substr(0, cbRoom_));
+      Put(UpTo(sv, cbRoom_));
     fCut_ = !pf_;
     return *this;
   }
