@@ -295,26 +295,24 @@ ULONG SetDotted(FieldView field, BYTE *pb, const char *psz) {
 
 // What the conversion in a format may be so that it takes just the value, printed and scanned.
 struct RULE {
-  const char *pszConversions;
-  const char *pszLength;
-  const char *pszOther;      // another length
+  char szConversions[9];
+  char szLength[3];
+  char szOther[3];           // another length
   bool fOnlyPrinted = false; // which is right only for printing, so there must be a precision: no scan takes one
 
   bool Allows(const CONVERSION &conversion) const {
-    const bool fOther = conversion.svLength == pszOther && (conversion.fPrecision || !fOnlyPrinted);
-    return conversion.ch && std::strchr(pszConversions, conversion.ch) && !conversion.fPosition &&
-           (conversion.svLength == pszLength || fOther) && conversion.ulWidth <= INI_MAX_TEXT &&
+    const bool fOther = conversion.svLength == szOther && (conversion.fPrecision || !fOnlyPrinted);
+    return conversion.ch && std::strchr(szConversions, conversion.ch) && !conversion.fPosition &&
+           (conversion.svLength == szLength || fOther) && conversion.ulWidth <= INI_MAX_TEXT &&
            (conversion.ulPrecision <= INI_MAX_TEXT || !conversion.fPrecision);
   }
 };
-constexpr char szWhole[] = "diouxX";
-constexpr char szReal[] = "aAeEfFgG";
 constexpr RULE ruleText = {"s", "", ""};
-constexpr RULE ruleByte = {szWhole, "h", "hh"};
-constexpr RULE ruleShort = {szWhole, "h", "h"};
-constexpr RULE ruleLong = {szWhole, "l", ""};
-constexpr RULE ruleFloat = {szReal, "", "l", true};
-constexpr RULE ruleDouble = {szReal, "l", "", true};
+constexpr RULE ruleByte = {"diouxX", "h", "hh"};
+constexpr RULE ruleShort = {"diouxX", "h", "h"};
+constexpr RULE ruleLong = {"diouxX", "l", ""};
+constexpr RULE ruleFloat = {"aAeEfFgG", "", "l", true};
+constexpr RULE ruleDouble = {"aAeEfFgG", "l", "", true};
 
 struct CONVERTER {
   ULONG ulType;

@@ -101,6 +101,8 @@ constexpr bool IsReserved(ULONG ulType) { return ulType >= FT_TYPES || Has<STORA
 // A field that is a section, or sections, in an INI file; all others are keys.
 constexpr bool IsSection(ULONG ulType) { return ulType >= FT_STRUCT; }
 
+inline constexpr auto anestedByType = ByType<NESTED>([](const FIELDTYPE &type) { return type.nested; });
+
 inline constexpr auto atydTypeDefaults = ByType<TYPEDEFAULT>([](const FIELDTYPE &type) { return type.type; });
 
 // Data travel when their pointers have one of these marks, and descriptions when they have both.

@@ -128,7 +128,7 @@ class Trial {
 
 // --- Descriptions ---
 
-NESTED NestedOf(FieldView field) { return aFieldType[field.Type()].nested; }
+NESTED NestedOf(FieldView field) { return anestedByType[field.Type()]; }
 
 constexpr FAULT faultTooLarge = {INI_ERROR_DESC, "it takes more than 2147483647 bytes"};
 static_assert(INI_MAX_EXTENT == 2147483647);

@@ -67,7 +67,7 @@ bool IsEnumeration(ULONG ulType) { return ulType == FT_ENUM16 || ulType == FT_EN
 
 // --- Descriptors ---
 
-bool TakesDescription(ULONG ulType) { return aFieldType[ulType].nested != NESTED::None; }
+bool TakesDescription(ULONG ulType) { return anestedByType[ulType] != NESTED::None; }
 
 // What the elements of a value list must be: single values, told apart by their number.
 FAULT CheckElement(FieldView field) {
