@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -103,6 +104,7 @@ inline constexpr PAIRS pairs = [] {
 }();
 
 inline char *PutPair(char *pch, ULONG ul) { // below 100
+  assert(ul < 100);
   std::memcpy(pch, pairs.aach[ul], 2);
   return pch + 2;
 }

@@ -4,6 +4,7 @@
 #define ZEBBASE_SRC_ENTRIES_H
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <string_view>
 
@@ -94,6 +95,7 @@ class Lookup {
 
   // Adds the entry that Next gave, from a slot on; behind others of its name, which are found first.
   void AddPassed(ULONG ul, ULONG ulHash) {
+    assert(ulNext_ < ulEntries_);
     while (IsPassed(aslot_[ul])) ul = (ul + 1) & ulMask_;
     ulNext_++;
     aslot_[ul] = {static_cast<USHORT>(ulNext_), static_cast<USHORT>(ulHash)};

@@ -8,6 +8,7 @@
 // FdscPacker writes this order, FdscChecker holds a buffer against it, FdscUnpacker follows the offsets. Records are
 // only reached by Load and Store, since the buffer may lie at any byte offset.
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -294,6 +295,7 @@ class FdscChecker {
 
   // Whether a record stands at the next aligned place, inside the buffer.
   bool TakeRecord(ULONG ulAt, ULONG ulBytes) {
+    assert(ulNext_ <= ulSize_);
     if (ulAt != Aligned(ulNext_) || ulAt > ulSize_ || ulBytes > ulSize_ - ulAt) return false;
     ulNext_ = ulAt + ulBytes;
     return true;

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -50,6 +51,7 @@ class NameTable {
   bool IsFull() const { return ulEntries_ == INI_MAX_ENTRIES; }
   bool Has(ULONG ulScope, std::string_view svName) const { return ausSlot_[SlotOf(ulScope, svName)] != 0; }
   bool Add(ULONG ulScope, std::string_view svName) { // while not full; result: whether it was new
+    assert(!IsFull() && svName.size() <= INI_MAX_TEXT);
     const ULONG ulSlot = SlotOf(ulScope, svName);
     if (ausSlot_[ulSlot] != 0) return false;
     ENTRY &entry = aentry_[ulEntries_];

@@ -4,6 +4,7 @@
 #define ZEBBASE_SRC_OUTPUT_H
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cstdarg>
 #include <cstddef>
@@ -72,6 +73,7 @@ class Output {
   // Where the next cb characters can be put directly, fewer than a stream's buffer has. Their end goes to Took.
   char *Room(std::size_t cb) {
     if (cbRoom_ < cb) Flush();
+    assert(cb <= cbRoom_);
     return pch_;
   }
   Output &Took(char *pchEnd) { return Advance(static_cast<std::size_t>(pchEnd - pch_)); }
@@ -92,6 +94,7 @@ class Output {
     return pchStart_;
   }
   void Shorten(std::size_t cb) { // to a length that it had
+    assert(cb <= Length());
     cbRoom_ += Length() - cb;
     pch_ = pchStart_ + cb;
     fCut_ = false;
@@ -99,6 +102,7 @@ class Output {
 
  private:
   Output &Advance(std::size_t cb) {
+    assert(cb <= cbRoom_);
     pch_ += cb;
     cbRoom_ -= cb;
     return *this;

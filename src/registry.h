@@ -4,6 +4,7 @@
 #define ZEBBASE_SRC_REGISTRY_H
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstdlib>
 
@@ -41,8 +42,14 @@ class Registry {
   bool Has(const MEMBLOCK *pmb) const { return SizeAt(pmb) != 0; }
 
   // The following are about blocks that have a note.
-  void Remove(const MEMBLOCK *pmb) { WordOf(pmb) = 0; }
-  void Hide(const MEMBLOCK *pmb) { WordOf(pmb) |= ulHidden; }
+  void Remove(const MEMBLOCK *pmb) {
+    assert(Has(pmb));
+    WordOf(pmb) = 0;
+  }
+  void Hide(const MEMBLOCK *pmb) {
+    assert(Has(pmb));
+    WordOf(pmb) |= ulHidden;
+  }
   void Show(const MEMBLOCK *pmb) { WordOf(pmb) &= ~ulHidden; }
 
   // Calls for all blocks, the hidden ones as well, in the order of their addresses.

@@ -3,6 +3,7 @@
 #ifndef ZEBBASE_SRC_UNDERWAY_H
 #define ZEBBASE_SRC_UNDERWAY_H
 
+#include <cassert>
 #include <cstdint>
 
 #include "zebbase/ini.h"
@@ -15,7 +16,10 @@ class [[nodiscard]] UnderWay {
       : pInnermost_(pInnermost), pOuter_(pInnermost), pb_(pb), ulBytes_(ulBytes), pvSdsc_(pvSdsc) {
     pInnermost = this;
   }
-  ~UnderWay() { pInnermost_ = pOuter_; }
+  ~UnderWay() {
+    assert(pInnermost_ == this);
+    pInnermost_ = pOuter_;
+  }
   UnderWay(const UnderWay &) = delete;
   UnderWay &operator=(const UnderWay &) = delete;
 

@@ -13,6 +13,8 @@
 #ifndef ZEBBASE_SRC_WALK_H
 #define ZEBBASE_SRC_WALK_H
 
+#include <cassert>
+
 #include "fields.h"
 
 // The bytes of one element that travel, and that reversal turns round together: those of a number, or 1 for bytes and
@@ -43,6 +45,7 @@ ULONG WalkElements(FieldView field, Visitor &visitor) {
     const ULONG ulStart = visitor.Position();
     const ULONG rc = WalkStructure(field.Desc(), visitor);
     if (rc != 0) return rc;
+    assert(visitor.Position() >= ulStart);
     if (visitor.Position() == ulStart || visitor.Repeat(ulStart, ulLeft - 1)) break; // empty: however many, no more
   }
   return 0;
