@@ -1,30 +1,18 @@
 #!/bin/sh
 # Runs the example program hostlog on good and bad command lines, settings and record files.
 # usage: [RUN=emulator] hostlog_test.sh PROGRAM   (with hostlog.ini and strict.ini beside it)
-set -eu
+# shellcheck source=tests/script.sh
+. "$(dirname "$0")/script.sh"
 
 program=$(realpath "$1")
 shipped=$(dirname "$program")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 cd "$work"
-failed=0
-
-Fail() {
-  echo "FAILED: $*" >&2
-  failed=1
-}
-
-Run() {
-  # shellcheck disable=SC2046 # an emulator and its options
-  $(echo "${RUN-}" | tr ';' ' ') "$program" "$@"
-}
 
 # Hostlog STATUS [ARGUMENT...]: runs it, with its output in `out` and `err`, and expects a status.
 Hostlog() {
   expected=$1 status=0
   shift
-  Run "$@" >out 2>err || status=$?
+  Run "$program" "$@" >out 2>err || status=$?
   [ "$status" -eq "$expected" ] || Fail "hostlog $*: status $status: $(cat out err)"
 }
 
@@ -156,7 +144,7 @@ CheckRecordFile() {
   Hostlog 0 -b -p a.rec
   order=$(sed -n 's/^\([0-9]\)  .*readings.*/\1/p' out | tr '\n' ' ')
   [ "$order" = "1 2 3 " ] || Fail "not in order: $(cat out)"
-  if Run -p a.rec >/dev/full 2>err; then Fail "a full disk was not noticed"; fi
+  if Run "$program" -p a.rec >/dev/full 2>err; then Fail "a full disk was not noticed"; fi
   grep -q 'No space' err || Fail "full disk: $(cat err)"
 }
 
@@ -204,4 +192,3 @@ CheckWatchedPaths
 CheckWrittenSettings
 CheckRecordFile
 CheckDamagedRecords
-exit $failed
