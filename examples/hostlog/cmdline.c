@@ -7,8 +7,8 @@
 
 #define PAGE_LINES 24UL /* of the full help, on a terminal */
 
-/* The places of the entries in the table, whose order the parser relies on. HLP + place is the help key of an entry, and
-   HLP + ENTRIES that of the program; an exclusive group goes by its first entry. */
+/* The places of the entries in the table, whose order the parser relies on. HLP + place is the help key of an entry,
+   HLP + ENTRIES that of the program, and an exclusive group goes by its first entry. */
 enum {
   SETTINGS_FILE,
   VERBOSE,
