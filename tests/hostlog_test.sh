@@ -1,30 +1,18 @@
 #!/bin/sh
 # Runs the example program hostlog on good and bad command lines, settings and record files.
 # usage: [RUN=emulator] hostlog_test.sh PROGRAM   (with hostlog.ini and strict.ini beside it)
-set -eu
+# shellcheck source=tests/script.sh
+. "$(dirname "$0")/script.sh"
 
 program=$(realpath "$1")
 shipped=$(dirname "$program")
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 cd "$work"
-failed=0
-
-Fail() {
-  echo "FAILED: $*" >&2
-  failed=1
-}
-
-Run() {
-  # shellcheck disable=SC2046 # an emulator and its options
-  $(echo "${RUN-}" | tr ';' ' ') "$program" "$@"
-}
 
 # Hostlog STATUS [ARGUMENT...]: runs it, with its output in `out` and `err`, and expects a status.
 Hostlog() {
   expected=$1 status=0
   shift
-  Run "$@" >out 2>err || status=$?
+  Run "$program" "$@" >out 2>err || status=$?
   [ "$status" -eq "$expected" ] || Fail "hostlog $*: status $status: $(cat out err)"
 }
 
@@ -83,18 +71,20 @@ EOT
 CheckRefusals() {
   mkdir folder
   : >empty
-  printf 'Title = x\n' >noheader
-  printf '[ x.ini ]\n[ Server ]\nTitle = x\n' >nosection
-  printf '[ x.ini ]\n\n[ Hostlog ]\nTitle = x\nWidth=5\n\n[ Hostlog Limits ]\n' >together
-  printf '[ x.ini ]\n[ Hostlog ]\nTitle = "x\n' >quote
-  while read -r settings message; do Refuses "$message" "$settings"; done <<'EOT'
-missing   No such file
-folder    Is a directory
-empty     header
-noheader  header
-nosection no section
-together  line 7
-quote     quote
+  Refuses 'No such file' missing
+  Refuses 'Is a directory' folder
+  Refuses '\[Hostlog\]: not in the file' empty
+  while IFS='~' read -r text messages; do # of settings, and what is said of them, line by line
+    printf %b "$text" >wrong
+    Hostlog 1 wrong
+    sed 's/^hostlog: wrong//' err | tr '\n' ';' | grep -qx "$messages" || Fail "$text: $(cat err)"
+    [ ! -s out ] || Fail "$text: $(cat out)"
+  done <<'EOT'
+Title = x                                           ~: .*not in the file;:1: Title: unknown key;
+[ x ]\n[ Server ]\nTitle = x                        ~: .*not in the file;:2: .*unknown section;
+[ x ]\n\n[ Hostlog ]\nTitle = "x\n                  ~:4: a quoted text is not closed;
+[ x ]\n[ Hostlog ]\n# mine\nUnit=MB\nWidht=5        ~:4: .*perhaps MiB;:5: .*perhaps Width;
+[ x ]\n[ Hostlog ]\nTitle = x\n[ Hostlog Watch 1 ]\n~:4: .*not read, because .*;
 EOT
 }
 
@@ -140,8 +130,9 @@ CheckWrittenSettings() {
     diff first.ini copy/first.ini || Fail "$file: written settings do not read back"
     grep -q '^  Path = "watched/\*.txt"' first.ini || Fail "$file: $(cat first.ini)"
   done
-  for refused in /dev/full a_b.ini; do Hostlog 1 -n 0 -s $refused; done
-  Hostlog 1 -n 0 -s quote.ini -w 'a"b'
+  Refuses . -n 0 -s /dev/full
+  Refuses 'no header' -n 0 -s a_b.ini
+  Refuses 'double quote' -n 0 -w 'a"b' -s quote.ini
   { [ ! -e a_b.ini ] && [ ! -e quote.ini ]; } || Fail "a file was made that cannot be read back"
 }
 
@@ -154,9 +145,8 @@ CheckRecordFile() {
   sed -n '/^Hostlog/,/^$/p; /^READING/,/^$/p' out | Matches "printed as taken" 3<taken
   Hostlog 0 strict.ini -n 2 -i 0 -b -r a.rec
   Hostlog 0 -b -p a.rec
-  order=$(sed -n 's/^\([0-9]\)  .*readings.*/\1/p' out | tr '\n' ' ')
-  [ "$order" = "1 2 3 " ] || Fail "not in order: $(cat out)"
-  if Run -p a.rec >/dev/full 2>err; then Fail "a full disk was not noticed"; fi
+  sed -n 's/^\([0-9]\)  .*readings.*/\1/p' out | tr '\n' ' ' | grep -qx '1 2 3 ' || Fail "not in order: $(cat out)"
+  if Run "$program" -p a.rec >/dev/full 2>err; then Fail "a full disk was not noticed"; fi
   grep -q 'No space' err || Fail "full disk: $(cat err)"
 }
 
@@ -204,4 +194,3 @@ CheckWatchedPaths
 CheckWrittenSettings
 CheckRecordFile
 CheckDamagedRecords
-exit $failed

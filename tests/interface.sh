@@ -1,18 +1,11 @@
 #!/bin/sh
 # Checks what users of the library file see: its exported names, what it needs, its headers, and its shared data.
 # usage: CC=... CXX=... READELF=... [RUN=emulator] interface.sh LIBRARY INCLUDE_FOLDER
-set -eu
+# shellcheck source=tests/script.sh
+. "$(dirname "$0")/script.sh"
 
 library=$1
 include=$2
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failed=0
-
-Fail() {
-  echo "FAILED: $*" >&2
-  failed=1
-}
 
 # The names that the headers declare with ZEB_API or, as additions, ZEB_API_1_1: the last word before the argument list,
 # the array bound or the end. Each with the version that exports it.
@@ -50,8 +43,7 @@ CheckDynamicSection() {
 CheckHeaders() {
   for header in "$include"/zebbase/*.h; do
     for compiler in "$CC -std=c99 -x c" "$CXX -std=c++17 -x c++"; do
-      # shellcheck disable=SC2086 # a compiler and its options
-      $compiler -Wall -Wextra -pedantic -Werror -fsyntax-only -I"$include" -include "$header" /dev/null ||
+      Compile "$compiler" -fsyntax-only -I"$include" -include "$header" /dev/null ||
         Fail "$(basename "$header") does not stand alone: $compiler"
     done
   done
@@ -66,16 +58,13 @@ int main(void) {
   return flVerbosity == 0x12345678 ? 0 : 1;
 }
 EOF
-  # shellcheck disable=SC2086 # a compiler and its options
-  $CC -std=c99 -no-pie -fno-pie -I"$include" "$work/copy.c" -o "$work/copy" "$library" \
+  Compile "$CC -std=c99 -no-pie -fno-pie" -I"$include" "$work/copy.c" -o "$work/copy" "$library" \
     -Wl,-rpath,"$(dirname "$library")"
   "$READELF" -rW "$work/copy" | grep -q '_COPY.*flVerbosity' || Fail "no copy relocation: the check shows nothing"
-  # shellcheck disable=SC2086 # an emulator and its options
-  $(echo "${RUN-}" | tr ';' ' ') "$work/copy" || Fail "a non-PIE program does not see BaseSetVerbosity"
+  Run "$work/copy" || Fail "a non-PIE program does not see BaseSetVerbosity"
 }
 
 CheckExports
 CheckDynamicSection
 CheckHeaders
 CheckSharedData
-exit $failed

@@ -7,10 +7,8 @@
 
 #define PAGE_LINES 24UL /* of the full help, on a terminal */
 
-enum { GROUP_REPORT = 1, GROUP_RECORDS };
-
-/* The places of the entries in the table, whose order the parser relies on. HLP + place is the help key of an entry, and
-   HLP + ENTRIES that of the program. */
+/* The places of the entries in the table, whose order the parser relies on. HLP + place is the help key of an entry,
+   HLP + ENTRIES that of the program, and an exclusive group goes by its first entry. */
 enum {
   SETTINGS_FILE,
   VERBOSE,
@@ -31,74 +29,37 @@ enum {
   ENTRIES
 };
 
+/* A switch, and an argument: behind the switch ch, or on its own where ch is 0. */
+#define SWITCH(place, ch, group, name) \
+  [place] = {                          \
+      .fFlag = 1, .chSwitchId = ch, .ulExclusiveGroup = group, .ulHelpKey = HLP + (place), .szArgumentName = name}
+#define ARGUMENT(place, ch, group, fMust, type, conversion, name, preset) \
+  [place] = {.fMandatory = fMust,                                         \
+             .chSwitchId = ch,                                            \
+             .ulExclusiveGroup = group,                                   \
+             .ulHelpKey = HLP + (place),                                  \
+             .ulTypeCode = CMD_TYPE_##type,                               \
+             .szConversion = conversion,                                  \
+             .szArgumentName = name,                                      \
+             .szDefaultValue = preset}
+
 static CMDOPTION acmdo[ENTRIES] = {
-    [SETTINGS_FILE] = {.ulHelpKey = HLP + SETTINGS_FILE,
-                       .ulTypeCode = CMD_TYPE_STRING,
-                       .szArgumentName = "settings file"},
-    [VERBOSE] = {.fFlag = 1, .chSwitchId = 'v', .ulHelpKey = HLP + VERBOSE, .szArgumentName = "every class of errors"},
-    [BRIEF] = {.fFlag = 1,
-               .chSwitchId = 'b',
-               .ulExclusiveGroup = GROUP_REPORT,
-               .ulHelpKey = HLP + BRIEF,
-               .szArgumentName = "brief report"},
-    [FULL] = {.fFlag = 1,
-              .chSwitchId = 'f',
-              .ulExclusiveGroup = GROUP_REPORT,
-              .ulHelpKey = HLP + FULL,
-              .szArgumentName = "full report"},
-    [WATCH_SWITCH] = {.fFlag = 1,
-                      .chSwitchId = 'w',
-                      .ulHelpKey = HLP + WATCH_SWITCH,
-                      .szArgumentName = "watch further paths"},
-    [WATCH_PATHS] = {.fMandatory = 1,
-                     .chSwitchId = 'w',
-                     .ulHelpKey = HLP + WATCH_PATHS,
-                     .ulTypeCode = CMD_TYPE_STRINGARRAY,
-                     .szArgumentName = "paths"},
-    [TIMES] = {.fFlag = 1, .chSwitchId = 'n', .ulHelpKey = HLP + TIMES, .szArgumentName = "repeat"},
-    [TIMES_COUNT] = {.fMandatory = 1,
-                     .chSwitchId = 'n',
-                     .ulHelpKey = HLP + TIMES_COUNT,
-                     .ulTypeCode = CMD_TYPE_ULONG,
-                     .szConversion = "%lu",
-                     .szArgumentName = "snapshots",
-                     .szDefaultValue = "1"},
-    [PAUSE] = {.fFlag = 1, .chSwitchId = 'i', .ulHelpKey = HLP + PAUSE, .szArgumentName = "interval between repeats"},
-    [PAUSE_SECONDS] = {.fMandatory = 1,
-                       .chSwitchId = 'i',
-                       .ulHelpKey = HLP + PAUSE_SECONDS,
-                       .ulTypeCode = CMD_TYPE_ULONG,
-                       .szConversion = "%lu",
-                       .szArgumentName = "seconds",
-                       .szDefaultValue = "1"},
-    [WRITE] = {.fFlag = 1, .chSwitchId = 's', .ulHelpKey = HLP + WRITE, .szArgumentName = "write the settings"},
-    [WRITE_FILE] = {.fMandatory = 1,
-                    .chSwitchId = 's',
-                    .ulHelpKey = HLP + WRITE_FILE,
-                    .ulTypeCode = CMD_TYPE_STRING,
-                    .szArgumentName = "file"},
-    [APPEND] = {.fFlag = 1,
-                .chSwitchId = 'r',
-                .ulExclusiveGroup = GROUP_RECORDS,
-                .ulHelpKey = HLP + APPEND,
-                .szArgumentName = "record the snapshots"},
-    [APPEND_FILE] = {.chSwitchId = 'r',
-                     .ulExclusiveGroup = GROUP_RECORDS,
-                     .ulHelpKey = HLP + APPEND_FILE,
-                     .ulTypeCode = CMD_TYPE_STRING,
-                     .szArgumentName = "record file",
-                     .szDefaultValue = "hostlog.rec"},
-    [PRINT] = {.fFlag = 1,
-               .chSwitchId = 'p',
-               .ulExclusiveGroup = GROUP_RECORDS,
-               .ulHelpKey = HLP + PRINT,
-               .szArgumentName = "print recorded snapshots"},
-    [PRINT_FILE] = {.chSwitchId = 'p',
-                    .ulExclusiveGroup = GROUP_RECORDS,
-                    .ulHelpKey = HLP + PRINT_FILE,
-                    .ulTypeCode = CMD_TYPE_STRING,
-                    .szArgumentName = "record file",
-                    .szDefaultValue = "hostlog.rec"},
+    ARGUMENT(SETTINGS_FILE, 0, 0, 0, STRING, "", "settings file", ""),
+    SWITCH(VERBOSE, 'v', 0, "every class of errors"),
+    SWITCH(BRIEF, 'b', BRIEF, "brief report"),
+    SWITCH(FULL, 'f', BRIEF, "full report"),
+    SWITCH(WATCH_SWITCH, 'w', 0, "watch further paths"),
+    ARGUMENT(WATCH_PATHS, 'w', 0, 1, STRINGARRAY, "", "paths", ""),
+    SWITCH(TIMES, 'n', 0, "repeat"),
+    ARGUMENT(TIMES_COUNT, 'n', 0, 1, ULONG, "%lu", "snapshots", "1"),
+    SWITCH(PAUSE, 'i', 0, "interval between repeats"),
+    ARGUMENT(PAUSE_SECONDS, 'i', 0, 1, ULONG, "%lu", "seconds", "1"),
+    SWITCH(WRITE, 's', 0, "write the settings"),
+    ARGUMENT(WRITE_FILE, 's', 0, 1, STRING, "", "file", ""),
+    SWITCH(APPEND, 'r', APPEND, "record the snapshots"),
+    ARGUMENT(APPEND_FILE, 'r', APPEND, 0, STRING, "", "record file", "hostlog.rec"),
+    SWITCH(PRINT, 'p', APPEND, "print recorded snapshots"),
+    ARGUMENT(PRINT_FILE, 'p', APPEND, 0, STRING, "", "record file", "hostlog.rec"),
 };
 
 static const CMDHELP acmdhelp[] = {
@@ -152,8 +113,7 @@ static void ShowHelp(ULONG ulCode, const char *pszProgram) {
 }
 
 static void ShowMistake(const char *pszMessage, const char *pszProgram) {
-  const int iLength = (int)strcspn(pszMessage, "\n"); /* some messages end with a line feed */
-  fprintf(stderr, "hostlog: %.*s\n", iLength, pszMessage);
+  fprintf(stderr, "hostlog: %.*s\n", (int)strcspn(pszMessage, "\n"), pszMessage); /* some end with a line feed */
   CmdDisplaySyntax(stderr, acmdo, ENTRIES, pszProgram);
 }
 
@@ -180,7 +140,7 @@ BOOL CommandRead(COMMAND *pcmd, int argc, char **argv, int *piStatus) {
   const BOOL fMistake = pcmdresult->szMessage[0] != '\0' || ulCode == CMD_BAD_TABLE;
   const BOOL fGoOn = !fMistake && (ulCode == CMD_PARSED || ulCode == CMD_NO_ARGUMENTS);
   if (fMistake) ShowMistake(pcmdresult->szMessage, argv[0]);
-  MemFreeMem_(pcmdresult);
+  MemFreeMem(pcmdresult);
 
   pcmd->apszWatch = acmdo[WATCH_PATHS].value.apszValue; /* also after a mistake it may be there to be freed */
   if (fGoOn) TakeValues(pcmd);
@@ -191,6 +151,5 @@ BOOL CommandRead(COMMAND *pcmd, int argc, char **argv, int *piStatus) {
 }
 
 void CommandFree(COMMAND *pcmd) {
-  if (pcmd->apszWatch) MemFreeMem_(pcmd->apszWatch);
-  pcmd->apszWatch = NULL;
+  if (pcmd->apszWatch) MemFreeMem(pcmd->apszWatch);
 }

@@ -5,11 +5,8 @@
 #include <zebbase/zebbase.h>
 
 /* Appends a copy of a record to a list, which from then on owns what the record's pointers refer to. Result 0, with
-   nothing changed, without memory. */
+   nothing changed, for a null list and without memory. */
 BOOL ListAppend(LIST *plst, const void *pvRecord, ULONG ulSize);
-
-/* The first node, or null. */
-LISTITEM *ListFirst(const LIST *plst);
 
 /* Frees a list with its records, not what their pointers refer to. */
 void ListFree(LIST *plst);

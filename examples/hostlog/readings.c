@@ -36,7 +36,7 @@ static CPUTIMES ReadCpuTimes(void) {
       if (i == IDLE || i == WAITING) cpu.dIdle += d;
     }
   while (PrsNextLine(pprs) && PrsQueryPattern(pprs, "cpu %n")) cpu.ulCpus++;
-  PrsEndParse_(pprs);
+  PrsEndParse(pprs);
   return cpu;
 }
 
@@ -72,7 +72,7 @@ static void TakeLoadAndTasks(READINGS *prds, const SETTINGS *pset) {
   rd.fAvailable = PrsGetPattern(pprs, "%n / %n", &lRunning, &lTasks);
   rd.dValue = (double)lTasks;
   Append(prds, &rd);
-  PrsEndParse_(pprs);
+  PrsEndParse(pprs);
 }
 
 /* --- Memory: /proc/meminfo --- */
@@ -85,16 +85,14 @@ static void ReadMemory(const char *const *apszName, ULONG ulNames, double *adKiB
     const LONG lName = PrsGetKeyword(pprs, apszName, ulNames);
     if (lName >= 0 && PrsNextChar(pprs, ':')) PrsGetReal(pprs, &adKiB[lName]);
   } while (PrsNextLine(pprs));
-  PrsEndParse_(pprs);
+  PrsEndParse(pprs);
 }
 
 /* A size in the unit of the settings; a negative one is not available. */
 static READING MemoryReading(const char *pszName, double dKiB, const SETTINGS *pset) {
   READING rd = {"", dKiB >= 0, dKiB, "", LIMIT_NONE, 0, 0};
-  char szUnit[SETTING_TEXT_SIZE];
   for (ULONG ul = 0; ul < pset->usUnit; ul++) rd.dValue /= 1024;
-  SettingToText(&pset->usUnit, "Unit", szUnit);
-  snprintf(rd.szUnit, sizeof rd.szUnit, "%.7s", szUnit);
+  snprintf(rd.szUnit, sizeof rd.szUnit, "%s", SettingsUnit(pset));
   snprintf(rd.szName, sizeof rd.szName, "%s", pszName);
   return rd;
 }
@@ -124,7 +122,8 @@ static void TakeNamedMemory(READINGS *prds, const SETTINGS *pset) {
   const char *apszName[MAX_MEMORY_NAMES] = {NULL};
   double adKiB[MAX_MEMORY_NAMES];
   ULONG ulNames = 0;
-  for (const LISTITEM *pli = ListFirst(pset->plstMemory); pli && ulNames < MAX_MEMORY_NAMES; pli = pli->pliNext) {
+  LstForEach(pli, pset->plstMemory) {
+    if (ulNames == MAX_MEMORY_NAMES) break;
     apszName[ulNames] = pli->pvData;
     adKiB[ulNames++] = -1;
   }
@@ -157,7 +156,7 @@ static void FindFileSystem(const char *pszPath, char *pszType) {
     cbBest = strlen(szFolder);
     snprintf(pszType, TYPE_SIZE, "%.*s", TYPE_SIZE - 1, szType);
   } while (PrsNextLine(pprs));
-  PrsEndParse_(pprs);
+  PrsEndParse(pprs);
 }
 
 /* Gives the folder that a path's wildcards look for names in; any other path is given as it is. */
@@ -201,12 +200,12 @@ void ReadingsTake(READINGS *prds, const SETTINGS *pset) {
   prds->plstFound = LstNewList(0);
   PARSECTX *pprs = PrsStartParse("/proc/uptime", 0, NULL);
   PrsGetReal(pprs, &prds->dUptime);
-  PrsEndParse_(pprs);
+  PrsEndParse(pprs);
   TakeBusyTime(prds, pset);
   TakeLoadAndTasks(prds, pset);
   TakeUsualMemory(prds, pset);
   TakeNamedMemory(prds, pset);
-  for (const LISTITEM *pli = ListFirst(pset->plstWatch); pli; pli = pli->pliNext) {
+  LstForEach(pli, pset->plstWatch) {
     TakeFreeSpace(prds, pli->pvData);
     TakeFound(prds, pset, ((const WATCH *)pli->pvData)->pszPath);
   }

@@ -62,7 +62,7 @@ static BOOL Open(RECORDFILE *prec, const char *pszFile, const char *pszMode) {
 
 static int Close(RECORDFILE *prec) {
   ListFree(prec->plst);
-  if (prec->pfdsc) MemFreeMem_(prec->pfdsc);
+  if (prec->pfdsc) MemFreeMem(prec->pfdsc);
   return prec->pf ? fclose(prec->pf) : 0;
 }
 
@@ -87,7 +87,7 @@ static BOOL ReadDescription(RECORDFILE *prec, const TAG *ptag) {
   if (ptag->usTag != TAG_DESCRIPTION) return Refuse(prec->pszName, "Does not begin with a description");
   if (ptag->ulSize > SNAPSHOT_MAX_FDSC)
     return Refuse(prec->pszName, "A description of %lu bytes, more than %lu", ptag->ulSize, SNAPSHOT_MAX_FDSC);
-  BYTE *pb = MemAllocMem_(ptag->ulSize, __LINE__, __FILE__);
+  BYTE *pb = MemAllocMem(ptag->ulSize);
   if (!pb) return RefuseForError(prec->pszName, ENOMEM);
   prec->pfdsc = (FDSC *)(void *)pb; /* once it is unpacked: a block suits every record */
   if (fread(pb, 1, ptag->ulSize, prec->pf) != ptag->ulSize) return Refuse(prec->pszName, "Cannot be read");
@@ -125,20 +125,20 @@ static BOOL Survey(RECORDFILE *prec) {
 
 static BOOL WriteDescription(FILE *pf) {
   ULONG ulSize;
-  IniSizeofFdsc(&fdscSnapshot, &ulSize);
-  BYTE *pb = MemAllocMem_(ulSize, __LINE__, __FILE__);
+  IniSizeofFdsc(pfdscSnapshot, &ulSize);
+  BYTE *pb = MemAllocMem(ulSize);
   if (!pb) return 0;
-  const BOOL fDone = IniPackFdsc(&fdscSnapshot, pb) == 0 && TagWriteRecord(pf, TAG_DESCRIPTION, ulSize, 0, 0, pb) == 0;
-  MemFreeMem_(pb);
+  const BOOL fDone = IniPackFdsc(pfdscSnapshot, pb) == 0 && TagWriteRecord(pf, TAG_DESCRIPTION, ulSize, 0, 0, pb) == 0;
+  MemFreeMem(pb);
   return fDone;
 }
 
 static BOOL WriteSnapshot(FILE *pf, const SNAPSHOT *psnp, ULONG ulCounter) {
-  BYTE *pb = MemAllocMem_(sizeof *psnp, __LINE__, __FILE__);
+  BYTE *pb = MemAllocMem(sizeof *psnp);
   if (!pb) return 0;
-  const BOOL fDone = IniPackData(&fdscSnapshot, psnp, pb) == 0 &&
+  const BOOL fDone = IniPackData(pfdscSnapshot, psnp, pb) == 0 &&
                      TagWriteRecord(pf, TAG_SNAPSHOT, sizeof *psnp, (ULONG)psnp->rtTaken, ulCounter, pb) == 0;
-  MemFreeMem_(pb);
+  MemFreeMem(pb);
   return fDone;
 }
 
@@ -158,7 +158,7 @@ static int Append(RECORDFILE *prec, const SNAPSHOT *psnp) {
 BOOL RecordsAppend(const char *pszFile, const SNAPSHOT *psnp) {
   RECORDFILE rec;
   BOOL fGood = Open(&rec, pszFile, "a+b") && Survey(&rec);
-  if (fGood && rec.pfdsc && !SnapshotIsLike(rec.pfdsc, &fdscSnapshot))
+  if (fGood && rec.pfdsc && !SnapshotIsLike(rec.pfdsc, pfdscSnapshot))
     fGood = Refuse(pszFile, "Was begun by another version of this program");
   if (!fGood) {
     Close(&rec);
@@ -191,13 +191,12 @@ static BOOL PrintSnapshot(const RECORDFILE *prec, const PLACE *pplc, BYTE *pbPac
 }
 
 static BOOL PrintAll(const RECORDFILE *prec, REPORTKIND kind) {
-  BYTE *pbPacked = MemAllocMem_(prec->ulData, __LINE__, __FILE__);
-  BYTE *pbData = MemAllocMem_(prec->ulData, __LINE__, __FILE__);
+  BYTE *pbPacked = MemAllocMem(prec->ulData);
+  BYTE *pbData = MemAllocMem(prec->ulData);
   BOOL fGood = pbPacked && pbData;
-  for (const LISTITEM *pli = ListFirst(prec->plst); pli && fGood; pli = pli->pliNext)
-    fGood = PrintSnapshot(prec, pli->pvData, pbPacked, pbData, kind);
-  if (pbPacked) MemFreeMem_(pbPacked);
-  if (pbData) MemFreeMem_(pbData);
+  LstForEach(pli, prec->plst) fGood = fGood && PrintSnapshot(prec, pli->pvData, pbPacked, pbData, kind);
+  if (pbPacked) MemFreeMem(pbPacked);
+  if (pbData) MemFreeMem(pbData);
   return fGood;
 }
 

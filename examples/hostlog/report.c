@@ -9,7 +9,9 @@
 
 #define KIND_LIMIT 200UL /* the kind that hostlog's error lines carry */
 
-static const char *const apszLimit[] = {"", "at most", "at least"}; /* by LIMITKIND */
+enum { INTERVAL_SIZE = 16, VERBOSITY_SIZE = 100 }; /* bytes of their texts */
+
+static const char *const apszLimit[] = {[LIMIT_MOST] = "at most", [LIMIT_LEAST] = "at least"};
 
 static BOOL IsBeyond(const READING *prd) {
   if (!prd->fAvailable || prd->kind == LIMIT_NONE) return 0;
@@ -21,7 +23,7 @@ static BOOL IsChecking(const READINGS *prds, const SETTINGS *pset) {
 }
 
 static ULONG SeverityOf(const READING *prd) {
-  return prd->ulSeverity != 0 ? prd->ulSeverity : VERB_ERROR; /* a word that is no severity reads as 0 */
+  return prd->ulSeverity != 0 ? prd->ulSeverity : VERB_ERROR; /* the settings may say none */
 }
 
 /* --- Heading --- */
@@ -42,30 +44,30 @@ static void PrintTime(const char *pszLabel, REALTIME rt, SHORT sZone) {
 }
 
 static void PrintRunning(const READINGS *prds) {
-  char szUptime[SETTING_TEXT_SIZE];
+  char szUptime[INTERVAL_SIZE];
   IntervalToString((ULONG)prds->dUptime, szUptime);
   printf("%-10s %s\n", "Running", prds->dUptime > 0 ? szUptime : "not available");
   if (prds->ulCpus > 0) printf("%-10s %lu\n", "Processors", prds->ulCpus);
 }
 
 static void PrintSite(const SETTINGS *pset) {
-  char szPlace[SETTING_TEXT_SIZE];
+  char szPlace[SETTINGS_PLACE_SIZE];
   if (pset->achSite[0] == ' ') return;
-  SettingToText(pset->achPlace, "Place", szPlace);
+  SettingsPlace(pset, szPlace);
   printf("%-10s %.8s %s\n", "Site", pset->achSite, strcmp(szPlace, "..") == 0 ? "" : szPlace);
 }
 
 static void PrintHeading(const READINGS *prds, const SETTINGS *pset) {
-  char szText[SETTING_TEXT_SIZE];
+  char szInterval[INTERVAL_SIZE], szVerbosity[VERBOSITY_SIZE];
   PrintTitle(pset->szTitle);
   PrintSite(pset);
   PrintTime("Taken", prds->rtTaken, pset->sZone);
   PrintRunning(prds);
-  SettingToText(&pset->ulInterval, "Interval", szText);
-  printf("%-10s over %s\n", "Busy time", pset->ulInterval > 0 ? szText : "all the time running");
-  SettingToText(&pset->flVerbosity, "Verbosity", szText);
-  printf("%-10s %s\n", "Errors", szText + strspn(szText, " ")); /* a word without Error begins with a blank */
-  if (pset->pszRemark) printf("%-10s %s\n", "Remark", pset->pszRemark);
+  IntervalToString(pset->ulInterval, szInterval);
+  printf("%-10s over %s\n", "Busy time", pset->ulInterval > 0 ? szInterval : "all the time running");
+  VerbosityToString(pset->flVerbosity, szVerbosity);
+  printf("%-10s %s\n", "Errors", szVerbosity + strspn(szVerbosity, " ")); /* without Error it begins with a blank */
+  if (pset->szRemark[0]) printf("%-10s %s\n", "Remark", pset->szRemark);
 }
 
 /* --- Table --- */
@@ -93,7 +95,7 @@ static void PrintReading(const READING *prd, const SETTINGS *pset) {
 static void PrintFound(const READINGS *prds, const SETTINGS *pset, BOOL fFolder) {
   ULONG ulPrinted = 0;
   const int iWidth = NameWidth(pset);
-  for (const LISTITEM *pli = ListFirst(prds->plstFound); pli; pli = pli->pliNext) {
+  LstForEach(pli, prds->plstFound) {
     const FOUND *pfnd = pli->pvData;
     if (pfnd->fFolder != fFolder) continue;
     if (ulPrinted++ == 0) printf("%-*s %14s\n", iWidth, fFolder ? "FOLDER" : "FILE", fFolder ? "" : "BYTES");
@@ -109,7 +111,7 @@ static void PrintFound(const READINGS *prds, const SETTINGS *pset, BOOL fFolder)
 static void PrintLine(const READINGS *prds, const SETTINGS *pset) {
   char szTime[TME_STRING_SIZE];
   ULONG ulBeyond = 0;
-  for (const LISTITEM *pli = ListFirst(prds->plst); pli; pli = pli->pliNext) ulBeyond += IsBeyond(pli->pvData);
+  LstForEach(pli, prds->plst) ulBeyond += IsBeyond(pli->pvData);
   TmeRealTimeToString(prds->rtTaken, szTime);
   MscReplaceChar(szTime, '_', ' ');
   printf("%.19s UTC  %s  %lu readings, %lu beyond their limits\n", szTime, pset->szTitle,
@@ -123,8 +125,7 @@ void ReportPrint(const READINGS *prds, const SETTINGS *pset, REPORTKIND kind) {
   }
   PrintHeading(prds, pset);
   printf("\n%-*s %14s    %s\n", NameWidth(pset), "READING", "VALUE", pset->fShowLimits ? "            LIMIT" : "");
-  if (!prds->plst) return;
-  for (const LISTITEM *pli = ListFirst(prds->plst); pli; pli = pli->pliNext) PrintReading(pli->pvData, pset);
+  LstForEach(pli, prds->plst) PrintReading(pli->pvData, pset);
   putchar('\n');
   PrintFound(prds, pset, 0);
   if (kind == REPORT_FULL) PrintFound(prds, pset, 1);
@@ -132,24 +133,22 @@ void ReportPrint(const READINGS *prds, const SETTINGS *pset, REPORTKIND kind) {
 
 /* --- Errors --- */
 
-static void PutLimitError(const READING *prd, int iDecimals) {
-  ErrPutError(NULL, 0, SeverityOf(prd), KIND_LIMIT, __FILE__, __LINE__, NULL, "%s: %.*f%s%s, %s %.*f wanted",
-              prd->szName, iDecimals, prd->dValue, prd->szUnit[0] ? " " : "", prd->szUnit, apszLimit[prd->kind],
-              iDecimals, prd->dLimit);
+static void ReportBeyond(const READING *prd, int iDecimals) {
+  ErrReport(SeverityOf(prd), KIND_LIMIT, "%s: %.*f%s%s, %s %.*f wanted", prd->szName, iDecimals, prd->dValue,
+            prd->szUnit[0] ? " " : "", prd->szUnit, apszLimit[prd->kind], iDecimals, prd->dLimit);
 }
 
 ULONG ReportLimits(const READINGS *prds, const SETTINGS *pset) {
   ULONG ulBeyond = 0;
-  if (!prds->plst) return 0;
   if (!IsChecking(prds, pset)) {
     puts("The limits are not in force.");
     return 0;
   }
-  for (const LISTITEM *pli = ListFirst(prds->plst); pli; pli = pli->pliNext) {
+  LstForEach(pli, prds->plst) {
     const READING *prd = pli->pvData;
     if (!IsBeyond(prd)) continue;
     ulBeyond++;
-    if (SeverityOf(prd) & flVerbosity) PutLimitError(prd, Decimals(pset));
+    ReportBeyond(prd, Decimals(pset));
   }
   return ulBeyond;
 }

@@ -30,7 +30,7 @@ typedef struct __attribute__((packed)) SETTINGS {
   char szTitle[48];
   char achSite[8];    /* filled up with blanks */
   char achPlace[8];   /* town, rack and slot: 3, 3 and 2 characters */
-  char *pszRemark;    /* or null */
+  char szRemark[128]; /* empty for none */
   ULONG flVerbosity;  /* which error lines are wanted */
   ULONG ulInterval;   /* seconds over which busy time is measured; 0 for all the time since the machine started */
   REALTIME rtStart;   /* the limits hold from this time on, UTC */
@@ -48,24 +48,24 @@ typedef struct __attribute__((packed)) SETTINGS {
 } SETTINGS;
 
 /* Reads a settings file; what it does not say gets a default. Result 1, and the settings are to be freed; 0, after a
-   message on standard error, when the file cannot be used. */
+   message on standard error for each mistake in it, when the file cannot be used. */
 BOOL SettingsRead(SETTINGS *pset, const char *pszFile);
 
 /* Adds a path to those watched, without a limit. Result 0 without memory. */
 BOOL SettingsWatch(SETTINGS *pset, const char *pszPath);
 
 /* Writes the settings to a file, from which they read back the same. Result 1; 0, after a message on standard error,
-   for settings that no file can hold (a text with a double quote, or a path that is too long), for a name that cannot be
-   a header, and when the file cannot be written. */
+   with the file as it was. */
 BOOL SettingsWrite(const SETTINGS *pset, const char *pszFile);
 
 /* Frees all that the settings own. */
 void SettingsFree(SETTINGS *pset);
 
-/* Writes one value as the settings file would hold it.
-   pvField  the value, a member of SETTINGS; pszKey is its name in the file.
-   pszText  SETTING_TEXT_SIZE bytes; empty for a key that there is not. */
-#define SETTING_TEXT_SIZE 128
-void SettingToText(const void *pvField, const char *pszKey, char *pszText);
+/* The name of the unit of memory. */
+const char *SettingsUnit(const SETTINGS *pset);
+
+/* Writes the place with dots between its parts. pszText has SETTINGS_PLACE_SIZE bytes. */
+#define SETTINGS_PLACE_SIZE 12
+void SettingsPlace(const SETTINGS *pset, char *pszText);
 
 #endif

@@ -1,57 +1,43 @@
 /* snapshot.c: the description of the snapshot, and the ways into and out of the record. */
 #include "snapshot.h"
 
-#include <stdio.h>
 #include <string.h>
 
-#include "list.h"
-
-#define SIZE_IN(TYPE, FIELD) sizeof((TYPE *)0)->FIELD
 #define MAX_TEXT_FIELD 255UL /* longer text fields are not converted */
 
-static EDSC edscKind = {3, {"None", "Most", "Least"}, {LIMIT_NONE, LIMIT_MOST, LIMIT_LEAST}};
+#define KIND_NAMES(NAME) NAME("None", LIMIT_NONE) NAME("Most", LIMIT_MOST) NAME("Least", LIMIT_LEAST)
+INI_ENUMERATION(edscKind, KIND_NAMES);
 
-static SDSC sdscReading = {
-    .ulFields = 7,
-    .ulSize = sizeof(READING),
-    .afdsc =
-        {
-            {.pszName = "Name", .ulType = FT_STRING, .ulCount = SIZE_IN(READING, szName)},
-            {.pszName = "Available", .ulType = FT_BOOL32, .ulCount = 1},
-            {.pszName = "Value", .ulType = FT_DOUBLE, .ulCount = 1},
-            {.pszName = "Unit", .ulType = FT_STRING, .ulCount = SIZE_IN(READING, szUnit)},
-            {.pszName = "Kind", .ulType = FT_ENUM32, .ulCount = 1, .pvDesc = &edscKind},
-            {.pszName = "Limit", .ulType = FT_DOUBLE, .ulCount = 1},
-            {.pszName = "Severity", .ulType = FT_ULONG, .ulCount = 1},
-        },
-};
+#define READING_FIELDS(FIELD, T)            \
+  FIELD(T, szName, "Name", STRING)          \
+  FIELD(T, fAvailable, "Available", BOOL32) \
+  FIELD(T, dValue, "Value", DOUBLE)         \
+  FIELD(T, szUnit, "Unit", STRING)          \
+  FIELD(T, kind, "Kind", ENUM32(edscKind))  \
+  FIELD(T, dLimit, "Limit", DOUBLE)         \
+  FIELD(T, ulSeverity, "Severity", ULONG)
+INI_DESCRIBE(sdscReading, READING, READING_FIELDS);
 
-static SDSC sdscSnapshot = {
-    .ulFields = 15,
-    .ulSize = sizeof(SNAPSHOT),
-    .afdsc =
-        {
-            {.pszName = "Title", .ulType = FT_STRING, .ulCount = SIZE_IN(SNAPSHOT, szTitle)},
-            {.pszName = "Site", .ulType = FT_FIXEDSTRING, .ulCount = SIZE_IN(SNAPSHOT, achSite)},
-            {.pszName = "Place", .ulType = FT_FIXEDSTRING, .ulCount = SIZE_IN(SNAPSHOT, achPlace)},
-            {.pszName = "Remark", .ulType = FT_STRING, .ulCount = SIZE_IN(SNAPSHOT, szRemark)},
-            {.pszName = "Verbosity", .ulType = FT_ULONG, .ulCount = 1},
-            {.pszName = "Interval", .ulType = FT_ULONG, .ulCount = 1},
-            {.pszName = "Taken", .ulType = FT_REALTIME, .ulCount = 1},
-            {.pszName = "Zone", .ulType = FT_SHORT, .ulCount = 1},
-            {.pszName = "Uptime", .ulType = FT_DOUBLE, .ulCount = 1},
-            {.pszName = "Processors", .ulType = FT_ULONG, .ulCount = 1},
-            {.pszName = "ShowLimits", .ulType = FT_BOOL16, .ulCount = 1},
-            {.pszName = "Width", .ulType = FT_USHORT, .ulCount = 1},
-            {.pszName = "Decimals", .ulType = FT_BYTE, .ulCount = 1},
-            {.pszName = "Readings", .ulType = FT_ULONG, .ulCount = 1},
-            {.pszName = "Reading", .ulType = FT_STRUCT, .ulCount = SNAPSHOT_READINGS, .pvDesc = &sdscReading},
-        },
-};
+#define SNAPSHOT_FIELDS(FIELD, T)             \
+  FIELD(T, szTitle, "Title", STRING)          \
+  FIELD(T, achSite, "Site", FIXEDSTRING)      \
+  FIELD(T, achPlace, "Place", FIXEDSTRING)    \
+  FIELD(T, szRemark, "Remark", STRING)        \
+  FIELD(T, flVerbosity, "Verbosity", ULONG)   \
+  FIELD(T, ulInterval, "Interval", ULONG)     \
+  FIELD(T, rtTaken, "Taken", REALTIME)        \
+  FIELD(T, sZone, "Zone", SHORT)              \
+  FIELD(T, dUptime, "Uptime", DOUBLE)         \
+  FIELD(T, ulCpus, "Processors", ULONG)       \
+  FIELD(T, fShowLimits, "ShowLimits", BOOL16) \
+  FIELD(T, usWidth, "Width", USHORT)          \
+  FIELD(T, bDecimals, "Decimals", BYTE)       \
+  FIELD(T, ulReadings, "Readings", ULONG)     \
+  FIELD(T, ard, "Reading", STRUCT(sdscReading))
+INI_DESCRIBE(sdscSnapshot, SNAPSHOT, SNAPSHOT_FIELDS);
 
-const FDSC fdscSnapshot = {.pszName = "Snapshot", .ulType = FT_STRUCT, .ulCount = 1, .pvDesc = &sdscSnapshot};
-
-_Static_assert(sizeof(LIMITKIND) == 4, "kinds are described as 32 bits");
+INI_FIELD(fdscSnapshot, SNAPSHOT, "Snapshot", STRUCT(sdscSnapshot));
+const FDSC *const pfdscSnapshot = &fdscSnapshot;
 
 /* --- From and to readings --- */
 
@@ -60,7 +46,7 @@ void SnapshotFill(SNAPSHOT *psnp, const READINGS *prds, const SETTINGS *pset) {
   memcpy(psnp->szTitle, pset->szTitle, sizeof psnp->szTitle);
   memcpy(psnp->achSite, pset->achSite, sizeof psnp->achSite);
   memcpy(psnp->achPlace, pset->achPlace, sizeof psnp->achPlace);
-  if (pset->pszRemark) snprintf(psnp->szRemark, sizeof psnp->szRemark, "%s", pset->pszRemark);
+  memcpy(psnp->szRemark, pset->szRemark, sizeof psnp->szRemark);
   psnp->flVerbosity = pset->flVerbosity;
   psnp->ulInterval = pset->ulInterval;
   psnp->rtTaken = prds->rtTaken;
@@ -70,9 +56,10 @@ void SnapshotFill(SNAPSHOT *psnp, const READINGS *prds, const SETTINGS *pset) {
   psnp->fShowLimits = pset->fShowLimits;
   psnp->usWidth = pset->usWidth;
   psnp->bDecimals = pset->bDecimals;
-  const LISTITEM *pli = ListFirst(prds->plst);
-  for (; pli && psnp->ulReadings < SNAPSHOT_READINGS; pli = pli->pliNext)
+  LstForEach(pli, prds->plst) {
+    if (psnp->ulReadings == SNAPSHOT_READINGS) break;
     memcpy(&psnp->ard[psnp->ulReadings++], pli->pvData, sizeof(READING));
+  }
 }
 
 /* What of the settings the report shows. */
@@ -87,7 +74,7 @@ static SETTINGS SettingsOf(const SNAPSHOT *psnp) {
   memcpy(set.szTitle, psnp->szTitle, sizeof set.szTitle);
   memcpy(set.achSite, psnp->achSite, sizeof set.achSite);
   memcpy(set.achPlace, psnp->achPlace, sizeof set.achPlace);
-  if (psnp->szRemark[0]) set.pszRemark = (char *)psnp->szRemark; /* only read */
+  memcpy(set.szRemark, psnp->szRemark, sizeof set.szRemark);
   return set;
 }
 
@@ -99,7 +86,7 @@ void SnapshotReport(const SNAPSHOT *psnp, REPORTKIND kind) {
   for (ULONG ul = 0; ul < psnp->ulReadings && ul < SNAPSHOT_READINGS; ul++)
     LstInsert(rds.plst, (void *)&psnp->ard[ul], LST_END); /* only read */
   ReportPrint(&rds, &set, kind);
-  LstFreeList_(rds.plst);
+  LstFreeList(rds.plst);
 }
 
 /* --- Data of another description --- */

@@ -1,6 +1,5 @@
-/* snapshot.h: readings as a record without pointers, which can leave the machine.
-   The record is described field by field, in the order of the struct. Its description travels with it, and decides how
-   it is read: a program of another version may know other fields. */
+/* snapshot.h: readings as a record without pointers, which can leave the machine. Its description travels with it, and
+   decides how it is read: a program of another version may know other fields. */
 #ifndef HOSTLOG_SNAPSHOT_H
 #define HOSTLOG_SNAPSHOT_H
 
@@ -27,7 +26,7 @@ typedef struct __attribute__((packed)) SNAPSHOT {
   READING ard[SNAPSHOT_READINGS];
 } SNAPSHOT;
 
-extern const FDSC fdscSnapshot;
+extern const FDSC *const pfdscSnapshot;
 
 void SnapshotFill(SNAPSHOT *psnp, const READINGS *prds, const SETTINGS *pset);
 
