@@ -239,8 +239,19 @@ PARSECTX *Open(const char *pszFile, int &iError) {
     return nullptr;
   }
   pprs->lines.Start(iFile);
-  Format(pprs->place.szFileName, "%s", pszFile ? pszFile : "stdin");
   return pprs;
+}
+
+// Fills a context that has its input, and reads the first line. Result: the context; or null, and it is gone.
+PARSECTX *Begin(PARSECTX *pprs, const char *pszName, ULONG flParse, const char *pszSeparators, int &iError) {
+  Format(pprs->place.szFileName, "%s", pszName);
+  pprs->flParse = flParse;
+  pprs->filter.Start(flParse);
+  SetSeparators(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
+  if (PrsNextLine(pprs)) return pprs;
+  iError = PrsQueryError(pprs);
+  PrsEndParse_(pprs);
+  return nullptr;
 }
 } // namespace
 
@@ -251,14 +262,16 @@ PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSepar
 
 PARSECTX *StartParse(const char *pszFile, ULONG flParse, const char *pszSeparators, int &iError) {
   PARSECTX *pprs = Open(pszFile, iError);
+  return pprs ? Begin(pprs, pszFile ? pszFile : "stdin", flParse, pszSeparators, iError) : nullptr;
+}
+
+[[gnu::cold]] PARSECTX *PrsStartParseText(const char *pch, ULONG cb, const char *pszName, ULONG flParse,
+                                          const char *pszSeparators) {
+  auto *pprs = pch ? New<PARSECTX>(source) : nullptr;
   if (!pprs) return nullptr;
-  pprs->flParse = flParse;
-  pprs->filter.Start(flParse);
-  SetSeparators(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
-  if (PrsNextLine(pprs)) return pprs;
-  iError = ReadError(pprs);
-  PrsEndParse_(pprs);
-  return nullptr;
+  pprs->lines.Start({pch, cb});
+  int iError; // there is none
+  return Begin(pprs, pszName ? pszName : "", flParse, pszSeparators, iError);
 }
 
 void SetSeparators(PARSECTX *pprs, const char *pszSeparators) {
@@ -308,6 +321,8 @@ BOOL PrsResetToLine(PARSECTX *pprs, ULONG ulLine) {
 
 BOOL PrsIsEndOfFile(PARSECTX *pprs) { return IsAtEnd(pprs); }
 
+int PrsQueryError(PARSECTX *pprs) { return pprs ? pprs->lines.Error() : 0; }
+
 BOOL PrsIsEndOfLine(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return 1;
   pprs->pszCurrent = SkipWhite(pprs, pprs->pszCurrent);
@@ -326,8 +341,6 @@ BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   pprs->pszCurrent = psz;
   return 1;
 }
-
-int ReadError(const PARSECTX *pprs) { return pprs ? pprs->lines.Error() : 0; }
 
 std::string_view RestOfLine(const PARSECTX *pprs) {
   return pprs ? std::string_view(pprs->pszCurrent, pprs->lines.End()) : std::string_view();

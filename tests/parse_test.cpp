@@ -19,18 +19,22 @@ struct Parse : std::unique_ptr<PARSECTX, decltype([](PARSECTX *pprs) { PrsEndPar
 };
 
 constexpr char szWhite[] = " \t\r\n";
-constexpr char szMarker[] = "\n# 10 \"defs.h\"";
-using namespace std::string_literals;
 
 class Prs : public FileTest {
  protected:
   static Parse Start(const char *pszFile, ULONG fl = 0, const char *pszSet = nullptr) {
     return Parse(PrsStartParse(pszFile, fl, pszSet));
   }
-  static Parse ParseOf(const std::string &str, ULONG fl = 0, const char *pszSet = nullptr) {
+  // Of a file and of a text in memory in turns, which is to make no difference.
+  Parse ParseOf(const std::string &str, ULONG fl = 0, const char *pszSet = nullptr) {
     Write(str);
-    return Start("input", fl, pszSet);
+    achText_ = std::vector<char>(str.begin(), str.end()); // with nothing behind it
+    fText_ = !fText_;
+    if (!fText_) return Start("input", fl, pszSet);
+    return Parse(PrsStartParseText(achText_.data(), achText_.size(), "input", fl, pszSet));
   }
+  std::vector<char> achText_;
+  bool fText_ = false;
 };
 
 // --- Lines ---
@@ -55,16 +59,16 @@ Texts LinesOf(std::string strInput, ULONG flParse, std::string strFile) {
     std::string str = strInput.substr(0, cb).c_str(); // up to a zero
     strInput.erase(0, cb);
     while (str.size() > 1 && (str.back() == '\r' || str.back() == '\n')) str.pop_back();
-    const ULONG flStyle = flParse & 0xF;
-    const bool fPlain = flStyle != PRS_CCOMMENTS;
-    if (!fPlain) str = str == "\n" || str == "\r" ? "" : OutsideComments(str, fInComment);
+    const ULONG fl = flParse & 0xF;
+    if (fl == PRS_CCOMMENTS)
+      str = str == "\n" || str == "\r" ? "" : OutsideComments(str, fInComment);
     const char *psz = str.c_str() + std::strspn(str.c_str(), szWhite);
-    const bool fHash = flStyle == PRS_HASHCOMMENTS && *psz == '#';
-    const bool fRemark = flStyle == PRS_REMCOMMENTS && strncasecmp(psz, "rem", 3) == 0;
+    const bool fDropped = (fl == PRS_CCOMMENTS && str.empty()) ||
+                          (fl == PRS_HASHCOMMENTS && *psz == '#') ||
+                          (fl == PRS_REMCOMMENTS && strncasecmp(psz, "rem", 3) == 0);
     const bool fMarker = (flParse & PRS_PREPROCESSED) && str[0] == '#';
-    if (!fHash && !fRemark && !fMarker && (fPlain || !str.empty()))
-      astr.push_back(std::to_string(ulNumber) + strFile + ":" + str);
-    if (!fMarker || !str.starts_with(szMarker + 1)) continue; // no other here is well formed
+    if (!fDropped && !fMarker) astr.push_back(std::to_string(ulNumber) + strFile + ":" + str);
+    if (!fMarker || !str.starts_with("# 10 \"defs.h\"")) continue; // the others are not well formed
     ulNumber = 10;
     strFile = "defs.h";
   }
@@ -83,7 +87,7 @@ Texts Lines(const Parse &parse) { // that are left
 TEST_F(Prs, DeliversTheLinesThatAModelDoes) {
   constexpr ULONG aulStyle[] = {0, 1, 1, 1, 2, 3, 4, 5, 8, 9, 12, 17};
   for (int i = 0; i < 3000; i++) {
-    Texts astr = Split("/~*~/~*~#~ ~\t~rem~x~\n~\n~\r\n~\r~\n# 12 \"open\n~\n#12\n~"s + szMarker);
+    Texts astr = Split("/~*~/~*~#~ ~\t~rem~x~\n~\n~\r\n~\r~\n# 1 \"o~\n#1\n~\n# 10 \"defs.h\"");
     for (const char ch : {'x', '/'}) // about as much as a line takes
       if (!Random(6)) astr.push_back("\n" + std::string(2043 + Random(8), ch) + "/*\n");
     const std::string strInput = Some(astr, 25) + std::string(Random(2), '\0') + Some(astr, 5);
@@ -95,32 +99,37 @@ TEST_F(Prs, DeliversTheLinesThatAModelDoes) {
     const std::string strFile = PrsQueryFileName(parse); // perhaps by a marker
     ASSERT_EQ(PrsResetToLine(parse, 1), parse != nullptr);
     ASSERT_EQ(Lines(parse), LinesOf(strInput, fl, strFile));
+    ASSERT_EQ(PrsQueryError(parse), 0);
 
+    const std::size_t cb = strInput.rfind('\n') + 1; // a line at which reading fails is lost
+    const std::string strWhole = strInput.substr(0, cb + (strInput.size() - cb) / 2047 * 2047);
+    auto fail = std::make_unique<FailRead>();
+    const Parse parseFailing = Start("input", fl);
+    ASSERT_EQ(Lines(parseFailing), LinesOf(strWhole, fl, "input"));
+    ASSERT_EQ(PrsQueryError(parseFailing), parseFailing ? EIO : 0);
+    fail.reset();
+    ASSERT_EQ(PrsResetToLine(parseFailing, 1), parseFailing != nullptr);
+    ASSERT_EQ(PrsQueryError(parseFailing), 0);
+
+    if (i % 100 != 0) continue;
     const auto ReadStandardInput = [&] {
       dup2(open("input", O_RDONLY), 0);
       const bool fSame = Lines(Start(nullptr, fl)) == LinesOf(strInput, fl, "stdin");
       _exit(fSame && fcntl(0, F_GETFD) < 0 && !Start(nullptr, fl));
     };
-    if (i % 100 == 0) {
-      ASSERT_EXIT(ReadStandardInput(), testing::ExitedWithCode(1), "");
-    }
-
-    const std::size_t cb = strInput.rfind('\n') + 1; // a line at which reading fails is lost
-    const std::string strWhole = strInput.substr(0, cb + (strInput.size() - cb) / 2047 * 2047);
-    const FailRead fail;
-    ASSERT_EQ(Lines(Start("input", fl)), LinesOf(strWhole, fl, "input"));
+    ASSERT_EXIT(ReadStandardInput(), testing::ExitedWithCode(1), "");
   }
 }
 
 TEST_F(Prs, EndsForGoodWhereTheInputEndsOrFails) {
-  const Parse parse = ParseOf("a");
+  Write("a");
+  const Parse parse = Start("input");
   std::ofstream("input", std::ios::app) << "b\nc\n";
   EXPECT_EQ(PrsNextLine(parse), 0u);
   for (ULONG ulLine = 0; ulLine <= 3; ulLine++)
     EXPECT_EQ(PrsResetToLine(parse, ulLine), ulLine == 1 || ulLine == 2);
   EXPECT_EQ(PrsResetToLine(parse, 2), 1u);
   EXPECT_EQ(Lines(parse), Texts{"2input:c"});
-  for (const char *pszFile : {"missing", "", "."}) EXPECT_EQ(Start(pszFile), nullptr) << pszFile;
 
   const auto ParseSocket = [](bool fFails) { // from standard input
     int afd[2];
@@ -130,16 +139,33 @@ TEST_F(Prs, EndsForGoodWhereTheInputEndsOrFails) {
     close(afd[0]); // what it has not read is an error to the other side
     dup2(afd[1], 0);
     INIFILE ini = {};
-    const BOOL fParsed = ParseFile(PrsStartParse(nullptr, 0, INI_SEPARATORS), &ini);
-    _exit(static_cast<int>(10 * ini.ulEntries + fParsed));
+    const Parse parseInput = Start(nullptr, 0, INI_SEPARATORS);
+    const BOOL fParsed = ParseFile(parseInput, &ini);
+    const bool fError = PrsQueryError(parseInput) == (fFails ? ECONNRESET : 0);
+    _exit(static_cast<int>(100 * fError + 10 * ini.ulEntries + fParsed));
   };
-  EXPECT_EXIT(ParseSocket(true), testing::ExitedWithCode(10), "");
-  EXPECT_EXIT(ParseSocket(false), testing::ExitedWithCode(31), "");
+  EXPECT_EXIT(ParseSocket(true), testing::ExitedWithCode(110), "");
+  EXPECT_EXIT(ParseSocket(false), testing::ExitedWithCode(131), "");
+}
+
+TEST_F(Prs, StartsWithInputAndMemoryAlone) {
+  const auto StartText = [](const char *pch, const char *pszName) {
+    return Parse(PrsStartParseText(pch, 2, pszName, 0, nullptr));
+  };
+  const std::string strName(200, 'n');
+  EXPECT_EQ(PrsQueryFileName(StartText("ab", strName.c_str())), strName.substr(0, 127));
+  EXPECT_STREQ(PrsQueryFileName(StartText("ab", nullptr)), "");
+  EXPECT_EQ(StartText(nullptr, ""), nullptr);
+  for (const char *pszFile : {"missing", "", "."}) EXPECT_EQ(Start(pszFile), nullptr) << pszFile;
+  const bool fWorks = FailMalloc::Works();
+  const Reports reports;
+  const FailMalloc fail;
+  EXPECT_EQ(StartText("ab", "") == nullptr, fWorks);
 }
 
 // --- Tokens ---
 
-enum Op { opWord, opNextWord, opNextRun, opKeyword, opNextChar, opSentence, cOps };
+enum Op { opWord, opWordN, opNextWord, opNextRun, opKeyword, opNextChar, opSentence, cOps };
 const char *const apszKeywords[] = {"ab", "", "b", nullptr, "1", "B"};
 
 // Calls a reader. Result: what it gives, and has read.
@@ -147,6 +173,7 @@ std::string Call(PARSECTX *pprs, Op op, const char *psz = "") {
   char sz[5000] = "";
   const auto Text = [&](ULONG ul) { return std::to_string(ul) + (ul ? sz : ""); };
   if (op == opWord) return Text(PrsGetWord(pprs, sz));
+  if (op == opWordN) return std::to_string(PrsGetWordN(pprs, sz, 3)) + sz;
   if (op == opNextRun) return Text(PrsNextWord(pprs, nullptr));
   if (op == opKeyword) return Text(static_cast<ULONG>(PrsGetKeyword(pprs, apszKeywords, 6) + 1));
   if (op == opSentence) return Text(PrsGetSentence(pprs, sz));
@@ -165,7 +192,8 @@ struct TOKENMODEL {
     if (str.empty()) return "0";
     SkipWhite();
     const std::size_t cb = std::min(str.find_first_of(strStops), str.size()); // of a word
-    if (op == opWord) return "1" + Take(cb);
+    if (op == opWord || (op == opWordN && cb < 3)) return "1" + Take(cb);
+    if (op == opWordN) return "0";
     if (op == opNextWord) return TakeIf(cb > 0 && Is(cb, strSought), cb);
     if (op == opNextRun) return TakeIf(true, str.find_first_of(szWhite));
     if (op == opNextChar) return TakeIf(!str.empty() && Is(1, strSought.substr(0, 1)), 1);
@@ -229,6 +257,7 @@ TEST_F(Prs, TakesLongWordsAndTimesAndThenNothing) {
   const std::string strLong(2047, 'w'), strQuoted = strLong + "\n\n " + strLong + "\"\"e";
   const Parse parse = ParseOf(strLong + "\n\"" + strQuoted + "\" 2003-01-15_10:23:45.5 y\nx\rx\nz");
   REALTIME rt = 1;
+  EXPECT_EQ(PrsGetWordN(parse, nullptr, 5) + PrsGetWordN(parse, nullptr, 0), 0u);
   EXPECT_EQ(Call(parse, opWord), "1" + strLong);
   EXPECT_EQ(Call(parse, opSentence), "1" + strLong + strLong + "e");
   EXPECT_TRUE(PrsGetRealTime(parse, &rt) == 1 && rt == 1042626225.5);
@@ -285,51 +314,50 @@ TEST_F(Prs, TakesNumbersWithTheValuesOfTheRuntime) {
   Compare(PrsGetReal, "%lf", "0123456789eE+-.");
 }
 
-TEST_F(Prs, MatchesPatterns) { // on a line, after which comes a line "~"; _ stands for a blank
+// On a line, after which comes a line "~"; _ stands for a blank. What the pattern of a line does
+// not find there leaves all as it was.
+TEST_F(Prs, MatchesPatterns) {
   for (Texts &row : Rows(R"(
-pattern    line                    case  query  get  word   number  sentence-then
-%w_=_%n_;  count_=_42_;_x          0     1      1    count  42      1x
-%w_=_%n_;  count_=_x_;             0     0      0    count  0       1x_;
-[%w%*:%n   [key_ignored_words_:_7  0     1      1    key    7       1~
-%-w_%n     abc_5                   0     1      1    ''     5       1~
-_Q%x_      q0x1Fg                  0     1      1    ''     31      1g
-%z%-x_z    0x1F_z                  0     0      1    ''     0       1~
-%-n.%n     -1.5                    0     0      1    ''     5       1~
-%n         x                       0     1      0    ''     0       1x
-end        END                     1     0      0    ''     0       1END
-a_~_~      a                       0     0      0    ''     0       0
-a~%w       a                       0     0      1    ''     0       0
-a%?c       a_bc                    0     1      0    ''     0       1bc
-a%-?bc     a_bc                    0     0      1    ''     0       1~
-a%?        a                       0     0      0    ''     0       1~
-%*_x_y     a_b_X_yz                0     1      1    ''     0       1z
-%-*=%n     _==_5                   0     1      0    ''     0       1=_5
-%*=%*=%n   a=_b_=_5                0     1      1    ''     5       1~
-%*ab       xab                     0     1      1    ''     0       1~
-%*ab       xaab                    0     0      0    ''     0       1ab
-a%-        ab                      0     0      0    ''     0       1b
-a%*_       ab                      0     0      0    ''     0       1b
+pattern    text                    flags  line  query  get  word   number  sentence-then
+%w_=_%n_;  count_=_42_;_x          0      1     1      1    count  42      1x
+%w_=_%n_;  count_=_x_;             0      0     0      0    count  0       1x_;
+[%w%*:%n   [key_ignored_words_:_7  0      1     1      1    key    7       1~
+%-w_%n     abc_5                   0      1     1      1    ''     5       1~
+_Q%x_      q0x1Fg                  0      1     1      1    ''     31      1g
+%z%-x_z    0x1F_z                  0      1     0      1    ''     0       1~
+%-n.%n     -1.5                    0      1     0      1    ''     5       1~
+%n         x                       0      0     1      0    ''     0       1x
+end        END                     16     0     0      0    ''     0       1END
+a_~_~      a                       0      0     0      0    ''     0       0
+a~%w       a                       0      0     0      1    ''     0       0
+=%w        =                       0      0     1      1    ~      0       1
+a%?c       a_bc                    0      0     1      0    ''     0       1bc
+a%-?bc     a_bc                    0      1     0      1    ''     0       1~
+a%?        a                       0      0     0      0    ''     0       1~
+%*_x_y     a_b_X_yz                0      1     1      1    ''     0       1z
+%-*=%n     ==_5                    0      0     1      0    ''     0       1=_5
+%*=%*=%n   _a=_b_=_5               0      1     1      1    ''     5       1~
+%*ab       xab                     0      1     1      1    ''     0       1~
+%*ab       xaab                    0      0     0      0    ''     0       1ab
+a%-        ab                      0      0     0      0    ''     0       1b
+a%*_       ab                      0      0     0      0    ''     0       1b
 )")) {
     for (std::string &str : row) std::replace(str.begin(), str.end(), '_', ' ');
-    const char *psz = row[0].c_str();
-    const ULONG fl = row[2] == "1" ? PRS_CASESENSITIVE : 0;
-    const Parse parse = ParseOf(row[1] + "\n~\n", fl, "]-!@#$%&*<>_|\\:");
-    char szWord[PRS_LINE_SIZE] = "";
-    LONG l = 0;
-
-    const BOOL fQuery = PrsQueryPattern(parse, psz), fWord = row[0].find("%w") != row[0].npos;
-    const BOOL fGet = fWord ? PrsGetPattern(parse, psz, szWord, &l) : PrsGetPattern(parse, psz, &l);
-
-    const Texts astrGot = {row[0],
-                           row[1],
-                           row[2],
-                           std::to_string(fQuery),
-                           std::to_string(fGet),
-                           szWord,
-                           std::to_string(l),
-                           Call(parse, opSentence)};
-    EXPECT_EQ(astrGot, row);
+    const auto Get = [&, psz = row[0].c_str()](auto pfnGet) -> Texts { // what the row ends with
+      const Parse parse = ParseOf(row[1] + "\n~\n", std::stoul(row[2]), "]-!@#$%&*<>_|\\:");
+      char szWord[PRS_LINE_SIZE] = "";
+      LONG l = 0;
+      const BOOL fQuery = PrsQueryPattern(parse, psz), fWord = std::strstr(psz, "%w") != nullptr;
+      const BOOL f = fWord ? pfnGet(parse, psz, szWord, &l) : pfnGet(parse, psz, &l);
+      return {std::to_string(fQuery), std::to_string(f), szWord, std::to_string(l),
+              Call(parse, opSentence)};
+    };
+    const Texts astrTaken(row.begin() + 4, row.end());
+    const Texts astrNot = {row[4], "0", "", "0", "1" + row[1]};
+    EXPECT_EQ(Get(PrsGetPattern), astrTaken) << row[0];
+    EXPECT_EQ(Get(PrsGetLinePattern), row[3] == "1" ? astrTaken : astrNot) << row[0];
   }
-  EXPECT_EQ(PrsGetPattern(nullptr, "") + PrsQueryPattern(nullptr, ""), 0u);
+  for (const auto pfn : {PrsGetPattern, PrsGetLinePattern}) EXPECT_EQ(pfn(nullptr, ""), 0u);
+  EXPECT_EQ(PrsQueryPattern(nullptr, ""), 0u);
 }
 } // namespace
