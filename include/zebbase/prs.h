@@ -93,6 +93,12 @@ ZEB_API const char *PrsQueryFileName(PARSECTX *pprs); /* the context's; "stdin",
    (a call that meets the end while it skips white space gives an empty word and 1). */
 ZEB_API BOOL PrsGetWord(PARSECTX *pprs, char *pszWord);
 
+/* An addition of version 1.1: PrsGetWord for a buffer of any size.
+   pszWord  has room for ulSize bytes, the terminator among them. Null is refused.
+   Result   1; 0, with the buffer as it was, at the end, and for a word that does not fit (none does with a size of 0),
+            which is then still the next item. */
+ZEB_API_1_1 BOOL PrsGetWordN(PARSECTX *pprs, char *pszWord, ULONG ulSize);
+
 /* Takes the next word when it is pszWord, whole; with null, takes the next run of anything but white space, which is
    always there before the end, if only an empty one. PrsQueryWord only looks (and finds no null word). Result 1 when it
    was there, else 0. An empty word never matches.
@@ -145,6 +151,12 @@ ZEB_API BOOL PrsGetSentence(PARSECTX *pprs, char *pszText);
    Result   1 when all was there; 0 at the first element that was not, with the earlier ones taken and stored, and for
             a null pattern. */
 ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
+
+/* An addition of version 1.1: PrsGetPattern on the current line alone, all or nothing. What would be looked for on a
+   further line is not there.
+   Result   1 when all was there; 0, with the read position and all that the arguments point to as they were, when
+            something was not, and for a null pattern. */
+ZEB_API_1_1 BOOL PrsGetLinePattern(PARSECTX *pprs, const char *pszPattern, ...);
 
 /* Whether the rest of the current line begins with what a pattern describes; takes nothing and reads no further line.
    Here white space of the text is skipped before every element, %w, %n (digits only) and %x (hex digits only) may be
