@@ -63,7 +63,7 @@ class FileParser {
       const bool fTitle = PrsNextChar(pprs_, '[');
       ulLine_ = Line();
       if (!fTitle && PrsIsEndOfFile(pprs_))
-        return ReadError(pprs_) == 0 || Fail(INI_ERROR_SYSTEM, 0, "not read to its end");
+        return PrsQueryError(pprs_) == 0 || Fail(INI_ERROR_SYSTEM, 0, "not read to its end");
       if (fTitle ? !ReadTitle() : !TakeComment() && !ReadKey()) return false;
     }
   }
@@ -90,9 +90,9 @@ class FileParser {
   [[gnu::cold, gnu::format(printf, 4, 5)]] bool Fail(ULONG ulCode, ULONG ulLine, const char *pszFormat, ...) {
     va_list args;
     va_start(args, pszFormat);
-    ulFault_ = ReadError(pprs_) != 0 ? INI_ERROR_SYSTEM : ulCode; // an end that is none explains all else
+    ulFault_ = PrsQueryError(pprs_) != 0 ? INI_ERROR_SYSTEM : ulCode; // an end that is none explains all else
     if (ulFault_ == INI_ERROR_SYSTEM)
-      error_.SetSystem(ReadError(pprs_));
+      error_.SetSystem(PrsQueryError(pprs_));
     else
       error_.SetList(ulCode, ulLine, pszFormat, args);
     va_end(args);

@@ -1,5 +1,6 @@
-// lines.h: a text file, or standard input, as lines.
-// A file is read in large pieces. A line stays where it was read, and whoever filters it shortens it there:
+// lines.h: a text file, standard input, or a text in memory as lines.
+// A file is read in large pieces. A text comes in such pieces, too: it is the program's, and not to be written. A line
+// stays where it was read, and whoever filters it shortens it there:
 //
 //   achBuffer_  | delivered | current line, \0 | not yet delivered | free | spare |
 //                           ^pszLine_          ^pchNext_           ^pchEnd_
@@ -22,6 +23,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "zebbase/prs.h"
 
@@ -61,15 +63,23 @@ class LineReader {
     pchNext_ = pchEnd_ = achBuffer_;
   }
 
+  // Reads from a text in memory, which has an address.
+  void Start(std::string_view svText) {
+    pchText_ = pchTextNext_ = svText.data();
+    pchTextEnd_ = pchText_ + svText.size();
+    pchNext_ = pchEnd_ = achBuffer_;
+  }
+
   void Close() {
     if (pfile_)
       std::fclose(pfile_);
-    else
+    else if (!pchText_)
       close(iFile_);
   }
 
   bool Rewind() {
-    if (pfile_ ? fseeko(pfile_, 0, SEEK_SET) != 0 : lseek(iFile_, 0, SEEK_SET) != 0) return false;
+    if (pfile_ ? fseeko(pfile_, 0, SEEK_SET) != 0 : !pchText_ && lseek(iFile_, 0, SEEK_SET) != 0) return false;
+    pchTextNext_ = pchText_;
     if (pfile_) std::clearerr(pfile_);
     iError_ = 0;
     fEnded_ = fCovered_ = false;
@@ -114,6 +124,20 @@ class LineReader {
 
   static ULONG Count(const char *pch, const char *pchEnd) { return static_cast<ULONG>(pchEnd - pch); } // of characters
 
+  // What has not been read of a file or a text. Result: as that of the system's read.
+  ssize_t Read(char *pch, ULONG cbMost) {
+    if (pchText_) return CopyText(pch, std::min(Count(pchTextNext_, pchTextEnd_), cbMost));
+    ssize_t cb;
+    do cb = read(iFile_, pch, cbMost);
+    while (cb < 0 && errno == EINTR);
+    return cb;
+  }
+  ssize_t CopyText(char *pch, ULONG cb) {
+    std::memcpy(pch, pchTextNext_, cb);
+    pchTextNext_ += cb;
+    return static_cast<ssize_t>(cb);
+  }
+
   // Reads on behind what has not been delivered, which moves to the front. As with fgets, the end is final, also when the
   // file grows behind it, and a line at which reading fails is lost. Result: whether there was more.
   [[gnu::noinline]] bool FillBuffer() {
@@ -121,9 +145,7 @@ class LineReader {
     const ULONG cbRest = Count(pchNext_, pchEnd_);
     char *pch = achBuffer_ + cbRest;
     std::memmove(achBuffer_, pchNext_, cbRest);
-    ssize_t cb;
-    do cb = read(iFile_, pch, sizeof achBuffer_ - ulSearchStep - cbRest);
-    while (cb < 0 && errno == EINTR);
+    const ssize_t cb = Read(pch, sizeof achBuffer_ - ulSearchStep - cbRest);
     if (cb < 0) iError_ = errno;
     fEnded_ = cb <= 0;
     pchNext_ = achBuffer_;
@@ -185,18 +207,21 @@ class LineReader {
     pchSlash_ = pv ? static_cast<const char *>(pv) : pchEnd_;
   }
 
-  FILE *pfile_;          // standard input; null for a file
-  int iFile_;            // a file, read here without stdio
-  char *pszLine_;        // the current line,
-  ULONG ulLength_;       // and its length
-  char *pchNext_;        // what has not been delivered: from here
-  char *pchEnd_;         // to here
-  bool fCovered_;        // the line has no line end of its own to be cut off: its terminator stands on *pchNext_,
-  char chCovered_;       // which is this character
-  bool fEnded_;          // there is no more to be read
-  int iError_;           // with which reading failed
-  bool fHasZero_;        // a zero byte has been read: a line may end before its line feed
-  const char *pchSlash_; // see IsBeforeSlash
+  FILE *pfile_;             // standard input; otherwise null
+  int iFile_;               // a file, read here without stdio
+  const char *pchText_;     // a text; otherwise null
+  const char *pchTextNext_; // what has not been copied of it: from here
+  const char *pchTextEnd_;  // to here
+  char *pszLine_;           // the current line,
+  ULONG ulLength_;          // and its length
+  char *pchNext_;           // what has not been delivered: from here
+  char *pchEnd_;            // to here
+  bool fCovered_;           // the line has no line end of its own to be cut off: its terminator stands on *pchNext_,
+  char chCovered_;          // which is this character
+  bool fEnded_;             // there is no more to be read
+  bool fHasZero_;           // a zero byte has been read: a line may end before its line feed
+  int iError_;              // with which reading failed
+  const char *pchSlash_;    // see IsBeforeSlash
   char achBuffer_[16384 + ulSearchStep];
 };
 

@@ -225,6 +225,24 @@ const char *PassElement(PARSECTX *pprs, const ELEMENT &elt, const char *psz) {
   }
 }
 
+// Whether an element is taken from the current line: most skip white space first, which may go on over its end.
+bool IsOnLine(PARSECTX *pprs, const ELEMENT &elt) {
+  constexpr char szStaying[] = {'*', '?', chUnknown, chBroken, '\0'};
+  return std::strchr(szStaying, elt.chKind) || !PrsIsEndOfLine(pprs);
+}
+
+// Takes the elements of a pattern. Without arguments it is a trial: values are thrown away, and the current line is not
+// left.
+BOOL TakePattern(PARSECTX *pprs, const char *pszPattern, va_list *pargs) {
+  BOOL fMatch = pprs && pszPattern;
+  while (fMatch && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0') {
+    ELEMENT elt = ReadElement(pszPattern);
+    elt.fSuppressed |= !pargs;
+    fMatch = (pargs || IsOnLine(pprs, elt)) && TakeElement(pprs, elt, pargs);
+  }
+  return fMatch;
+}
+
 // --- Start ---
 
 // Opens the input: a file, or standard input for a null name. Result: a context without a line yet, or null.
@@ -239,8 +257,19 @@ PARSECTX *Open(const char *pszFile, int &iError) {
     return nullptr;
   }
   pprs->lines.Start(iFile);
-  Format(pprs->place.szFileName, "%s", pszFile ? pszFile : "stdin");
   return pprs;
+}
+
+// Fills a context that has its input, and reads the first line. Result: the context; or null, and it is gone.
+PARSECTX *Begin(PARSECTX *pprs, const char *pszName, ULONG flParse, const char *pszSeparators, int &iError) {
+  Format(pprs->place.szFileName, "%s", pszName);
+  pprs->flParse = flParse;
+  pprs->filter.Start(flParse);
+  SetSeparators(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
+  if (PrsNextLine(pprs)) return pprs;
+  iError = PrsQueryError(pprs);
+  PrsEndParse_(pprs);
+  return nullptr;
 }
 } // namespace
 
@@ -251,14 +280,16 @@ PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSepar
 
 PARSECTX *StartParse(const char *pszFile, ULONG flParse, const char *pszSeparators, int &iError) {
   PARSECTX *pprs = Open(pszFile, iError);
+  return pprs ? Begin(pprs, pszFile ? pszFile : "stdin", flParse, pszSeparators, iError) : nullptr;
+}
+
+[[gnu::cold]] PARSECTX *PrsStartParseText(const char *pch, ULONG cb, const char *pszName, ULONG flParse,
+                                          const char *pszSeparators) {
+  auto *pprs = pch ? New<PARSECTX>(source) : nullptr;
   if (!pprs) return nullptr;
-  pprs->flParse = flParse;
-  pprs->filter.Start(flParse);
-  SetSeparators(pprs, pszSeparators ? pszSeparators : PRS_DEFAULT_SEPARATORS);
-  if (PrsNextLine(pprs)) return pprs;
-  iError = ReadError(pprs);
-  PrsEndParse_(pprs);
-  return nullptr;
+  pprs->lines.Start({pch, cb});
+  int iError; // there is none
+  return Begin(pprs, pszName ? pszName : "", flParse, pszSeparators, iError);
 }
 
 void SetSeparators(PARSECTX *pprs, const char *pszSeparators) {
@@ -308,6 +339,8 @@ BOOL PrsResetToLine(PARSECTX *pprs, ULONG ulLine) {
 
 BOOL PrsIsEndOfFile(PARSECTX *pprs) { return IsAtEnd(pprs); }
 
+int PrsQueryError(PARSECTX *pprs) { return pprs ? pprs->lines.Error() : 0; }
+
 BOOL PrsIsEndOfLine(PARSECTX *pprs) {
   if (IsAtEnd(pprs)) return 1;
   pprs->pszCurrent = SkipWhite(pprs, pprs->pszCurrent);
@@ -327,7 +360,17 @@ BOOL PrsGetWord(PARSECTX *pprs, char *pszWord) {
   return 1;
 }
 
-int ReadError(const PARSECTX *pprs) { return pprs ? pprs->lines.Error() : 0; }
+BOOL PrsGetWordN(PARSECTX *pprs, char *pszWord, ULONG ulSize) {
+  const std::string_view svWord = pszWord ? TakeWord(pprs) : std::string_view();
+  if (!svWord.data()) return 0;
+  if (svWord.size() >= ulSize) {
+    pprs->pszCurrent = svWord.data();
+    return 0;
+  }
+  std::memcpy(pszWord, svWord.data(), svWord.size());
+  pszWord[svWord.size()] = '\0';
+  return 1;
+}
 
 std::string_view RestOfLine(const PARSECTX *pprs) {
   return pprs ? std::string_view(pprs->pszCurrent, pprs->lines.End()) : std::string_view();
@@ -431,11 +474,21 @@ ULONG QuoteLine(const PARSECTX *pprs) { return pprs->ulQuoteLine; }
 BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...) {
   va_list args;
   va_start(args, pszPattern);
-  BOOL fMatch = pprs && pszPattern;
-  while (fMatch && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0')
-    fMatch = TakeElement(pprs, ReadElement(pszPattern), &args);
+  const BOOL fMatch = TakePattern(pprs, pszPattern, &args);
   va_end(args);
   return fMatch;
+}
+
+BOOL PrsGetLinePattern(PARSECTX *pprs, const char *pszPattern, ...) {
+  const char *pszBefore = pprs ? pprs->pszCurrent : nullptr;
+  const BOOL fMatch = TakePattern(pprs, pszPattern, nullptr);
+  if (pprs) pprs->pszCurrent = pszBefore;
+  if (!fMatch) return 0;
+  va_list args;
+  va_start(args, pszPattern);
+  TakePattern(pprs, pszPattern, &args);
+  va_end(args);
+  return 1;
 }
 
 BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern) {

@@ -15,9 +15,6 @@ PARSECTX *StartParse(const char *pszFile, ULONG flParse, const char *pszSeparato
 // Another separator set from now on.
 void SetSeparators(PARSECTX *pprs, const char *pszSeparators);
 
-// The read error with which the input ended, a code of errno: what has been delivered is not all of it. Otherwise 0.
-int ReadError(const PARSECTX *pprs);
-
 // What is left of the current line, white space too; nothing at the end of the input.
 std::string_view RestOfLine(const PARSECTX *pprs);
 

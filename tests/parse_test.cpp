@@ -13,63 +13,62 @@
 #include "zebbase/tme.h"
 
 namespace {
-using Parse = std::unique_ptr<PARSECTX, decltype([](PARSECTX *pprs) { PrsEndParse_(pprs); })>;
+struct Parse : std::unique_ptr<PARSECTX, decltype([](PARSECTX *pprs) { PrsEndParse_(pprs); })> {
+  using unique_ptr::unique_ptr;
+  operator PARSECTX *() const { return get(); }
+};
 
 constexpr char szWhite[] = " \t\r\n";
-constexpr char szMarker[] = "# 10 \"defs.h\"";
-
-using namespace std::string_literals;
 
 class Prs : public FileTest {
  protected:
   static Parse Start(const char *pszFile, ULONG fl = 0, const char *pszSet = nullptr) {
     return Parse(PrsStartParse(pszFile, fl, pszSet));
   }
-  static Parse ParseOf(const std::string &str, ULONG fl = 0, const char *pszSet = nullptr) {
+  // Of a file and of a text in memory in turns, which is to make no difference.
+  Parse ParseOf(const std::string &str, ULONG fl = 0, const char *pszSet = nullptr) {
     Write(str);
-    return Start("input", fl, pszSet);
+    achText_ = std::vector<char>(str.begin(), str.end()); // with nothing behind it
+    fText_ = !fText_;
+    if (!fText_) return Start("input", fl, pszSet);
+    return Parse(PrsStartParseText(achText_.data(), achText_.size(), "input", fl, pszSet));
   }
+  std::vector<char> achText_;
+  bool fText_ = false;
 };
 
 // --- Lines ---
 
-// Takes the comments out of a line. Result: whether anything is left.
-bool RemoveComments(std::string &strLine, bool &fInComment) {
-  std::string strRest = std::exchange(strLine, "");
-  while (!strRest.empty()) {
-    const bool fToTheEnd = !fInComment && strRest.find("//") != strRest.npos;
-    const char *pszMark = fInComment ? "*/" : "/*";
-    const std::size_t cb = std::min(strRest.find(fToTheEnd ? "//" : pszMark), strRest.size());
-    if (!fInComment) strLine += strRest.substr(0, cb);
-    if (cb < strRest.size() && !fToTheEnd) fInComment = !fInComment;
-    strRest.erase(0, fToTheEnd ? strRest.npos : cb + 2);
-  }
-  return !strLine.empty();
-}
-
-// Whether a line is to be delivered, and what of it.
-bool Keep(std::string &str, ULONG flStyle, bool &fInComment) {
-  const std::string strText = str.substr(std::min(str.find_first_not_of(szWhite), str.size()));
-  if (flStyle == PRS_HASHCOMMENTS) return !strText.starts_with('#');
-  if (flStyle == PRS_REMCOMMENTS) return strncasecmp(strText.c_str(), "rem", 3) != 0;
-  if (flStyle != PRS_CCOMMENTS) return true;
-  return str != "\n" && str != "\r" && RemoveComments(str, fInComment);
+// What is left of a line without its comments.
+std::string OutsideComments(const std::string &str, bool &fInComment) {
+  const std::size_t cbLine = fInComment ? str.npos : str.find("//");
+  if (cbLine != str.npos) return str.substr(0, cbLine);
+  const std::size_t cb = str.find(fInComment ? "*/" : "/*");
+  const std::string strText = fInComment ? "" : str.substr(0, cb);
+  if (cb == str.npos) return strText;
+  fInComment = !fInComment;
+  return strText + OutsideComments(str.substr(cb + 2), fInComment);
 }
 
 // The lines that a parse of an input is to deliver, each with its number and file.
-Texts LinesOf(const std::string &strInput, ULONG flParse, std::string strFile) {
+Texts LinesOf(std::string strInput, ULONG flParse, std::string strFile) {
   Texts astr;
   bool fInComment = false;
-  ULONG ulNumber = 0;
-  for (std::size_t i = 0, cb; i < strInput.size(); i += cb) {
-    cb = std::min({strInput.find('\n', i), i + 2046, strInput.size() - 1}) + 1 - i;
-    std::string str = strInput.substr(i, cb).c_str(); // up to a zero
-    ulNumber++;
+  for (ULONG ulNumber = 1; !strInput.empty(); ulNumber++) {
+    const std::size_t cb = std::min<std::size_t>(strInput.find('\n'), 2046) + 1;
+    std::string str = strInput.substr(0, cb).c_str(); // up to a zero
+    strInput.erase(0, cb);
     while (str.size() > 1 && (str.back() == '\r' || str.back() == '\n')) str.pop_back();
-    if (!Keep(str, flParse & 0xF, fInComment)) continue;
+    const ULONG fl = flParse & 0xF;
+    if (fl == PRS_CCOMMENTS)
+      str = str == "\n" || str == "\r" ? "" : OutsideComments(str, fInComment);
+    const char *psz = str.c_str() + std::strspn(str.c_str(), szWhite);
+    const bool fDropped = (fl == PRS_CCOMMENTS && str.empty()) ||
+                          (fl == PRS_HASHCOMMENTS && *psz == '#') ||
+                          (fl == PRS_REMCOMMENTS && strncasecmp(psz, "rem", 3) == 0);
     const bool fMarker = (flParse & PRS_PREPROCESSED) && str[0] == '#';
-    if (!fMarker) astr.push_back(std::to_string(ulNumber) + strFile + ":" + str);
-    if (!fMarker || !str.starts_with(szMarker)) continue; // no other in these tests is well formed
+    if (!fDropped && !fMarker) astr.push_back(std::to_string(ulNumber) + strFile + ":" + str);
+    if (!fMarker || !str.starts_with("# 10 \"defs.h\"")) continue; // the others are not well formed
     ulNumber = 10;
     strFile = "defs.h";
   }
@@ -79,9 +78,8 @@ Texts LinesOf(const std::string &strInput, ULONG flParse, std::string strFile) {
 Texts Lines(const Parse &parse) { // that are left
   Texts astr;
   for (char szLine[PRS_LINE_SIZE];;) {
-    std::string str =
-        std::to_string(PrsQueryLineNumber(parse.get())) + PrsQueryFileName(parse.get());
-    if (!PrsGetLine(parse.get(), szLine)) return astr;
+    const std::string str = std::to_string(PrsQueryLineNumber(parse)) + PrsQueryFileName(parse);
+    if (!PrsGetLine(parse, szLine)) return astr;
     astr.push_back(str + ":" + szLine);
   }
 }
@@ -89,8 +87,7 @@ Texts Lines(const Parse &parse) { // that are left
 TEST_F(Prs, DeliversTheLinesThatAModelDoes) {
   constexpr ULONG aulStyle[] = {0, 1, 1, 1, 2, 3, 4, 5, 8, 9, 12, 17};
   for (int i = 0; i < 3000; i++) {
-    Texts astr = {"/", "*", "/", "*", "#", " ", "\t", "rem", "x", "\n", "\n", "\r\n", "\r"};
-    for (const char *psz : {"# 12 \"open\n", "#12\n", szMarker}) astr.push_back("\n"s + psz);
+    Texts astr = Split("/~*~/~*~#~ ~\t~rem~x~\n~\n~\r\n~\r~\n# 1 \"o~\n#1\n~\n# 10 \"defs.h\"");
     for (const char ch : {'x', '/'}) // about as much as a line takes
       if (!Random(6)) astr.push_back("\n" + std::string(2043 + Random(8), ch) + "/*\n");
     const std::string strInput = Some(astr, 25) + std::string(Random(2), '\0') + Some(astr, 5);
@@ -99,35 +96,40 @@ TEST_F(Prs, DeliversTheLinesThatAModelDoes) {
 
     const Parse parse = ParseOf(strInput, fl);
     ASSERT_EQ(Lines(parse), LinesOf(strInput, fl, "input"));
-    const std::string strFile = PrsQueryFileName(parse.get()); // perhaps by a marker
-    ASSERT_EQ(PrsResetToLine(parse.get(), 1), parse != nullptr);
+    const std::string strFile = PrsQueryFileName(parse); // perhaps by a marker
+    ASSERT_EQ(PrsResetToLine(parse, 1), parse != nullptr);
     ASSERT_EQ(Lines(parse), LinesOf(strInput, fl, strFile));
+    ASSERT_EQ(PrsQueryError(parse), 0);
 
+    const std::size_t cb = strInput.rfind('\n') + 1; // a line at which reading fails is lost
+    const std::string strWhole = strInput.substr(0, cb + (strInput.size() - cb) / 2047 * 2047);
+    auto fail = std::make_unique<FailRead>();
+    const Parse parseFailing = Start("input", fl);
+    ASSERT_EQ(Lines(parseFailing), LinesOf(strWhole, fl, "input"));
+    ASSERT_EQ(PrsQueryError(parseFailing), parseFailing ? EIO : 0);
+    fail.reset();
+    ASSERT_EQ(PrsResetToLine(parseFailing, 1), parseFailing != nullptr);
+    ASSERT_EQ(PrsQueryError(parseFailing), 0);
+
+    if (i % 100 != 0) continue;
     const auto ReadStandardInput = [&] {
       dup2(open("input", O_RDONLY), 0);
       const bool fSame = Lines(Start(nullptr, fl)) == LinesOf(strInput, fl, "stdin");
       _exit(fSame && fcntl(0, F_GETFD) < 0 && !Start(nullptr, fl));
     };
-    if (i % 100 == 0) {
-      ASSERT_EXIT(ReadStandardInput(), testing::ExitedWithCode(1), "");
-    }
-
-    const std::size_t cb = strInput.rfind('\n') + 1; // a line at which reading fails is lost
-    const std::string strWhole = strInput.substr(0, cb + (strInput.size() - cb) / 2047 * 2047);
-    const FailRead fail;
-    ASSERT_EQ(Lines(Start("input", fl)), LinesOf(strWhole, fl, "input"));
+    ASSERT_EXIT(ReadStandardInput(), testing::ExitedWithCode(1), "");
   }
 }
 
 TEST_F(Prs, EndsForGoodWhereTheInputEndsOrFails) {
-  const Parse parse = ParseOf("a");
+  Write("a");
+  const Parse parse = Start("input");
   std::ofstream("input", std::ios::app) << "b\nc\n";
-  EXPECT_EQ(PrsNextLine(parse.get()), 0u);
+  EXPECT_EQ(PrsNextLine(parse), 0u);
   for (ULONG ulLine = 0; ulLine <= 3; ulLine++)
-    EXPECT_EQ(PrsResetToLine(parse.get(), ulLine), ulLine == 1 || ulLine == 2);
-  EXPECT_EQ(PrsResetToLine(parse.get(), 2), 1u);
+    EXPECT_EQ(PrsResetToLine(parse, ulLine), ulLine == 1 || ulLine == 2);
+  EXPECT_EQ(PrsResetToLine(parse, 2), 1u);
   EXPECT_EQ(Lines(parse), Texts{"2input:c"});
-  for (const char *pszFile : {"missing", "", "."}) EXPECT_EQ(Start(pszFile), nullptr) << pszFile;
 
   const auto ParseSocket = [](bool fFails) { // from standard input
     int afd[2];
@@ -137,16 +139,33 @@ TEST_F(Prs, EndsForGoodWhereTheInputEndsOrFails) {
     close(afd[0]); // what it has not read is an error to the other side
     dup2(afd[1], 0);
     INIFILE ini = {};
-    const BOOL fParsed = ParseFile(PrsStartParse(nullptr, 0, INI_SEPARATORS), &ini);
-    _exit(static_cast<int>(10 * ini.ulEntries + fParsed));
+    const Parse parseInput = Start(nullptr, 0, INI_SEPARATORS);
+    const BOOL fParsed = ParseFile(parseInput, &ini);
+    const bool fError = PrsQueryError(parseInput) == (fFails ? ECONNRESET : 0);
+    _exit(static_cast<int>(100 * fError + 10 * ini.ulEntries + fParsed));
   };
-  EXPECT_EXIT(ParseSocket(true), testing::ExitedWithCode(10), "");
-  EXPECT_EXIT(ParseSocket(false), testing::ExitedWithCode(31), "");
+  EXPECT_EXIT(ParseSocket(true), testing::ExitedWithCode(110), "");
+  EXPECT_EXIT(ParseSocket(false), testing::ExitedWithCode(131), "");
+}
+
+TEST_F(Prs, StartsWithInputAndMemoryAlone) {
+  const auto StartText = [](const char *pch, const char *pszName) {
+    return Parse(PrsStartParseText(pch, 2, pszName, 0, nullptr));
+  };
+  const std::string strName(200, 'n');
+  EXPECT_EQ(PrsQueryFileName(StartText("ab", strName.c_str())), strName.substr(0, 127));
+  EXPECT_STREQ(PrsQueryFileName(StartText("ab", nullptr)), "");
+  EXPECT_EQ(StartText(nullptr, ""), nullptr);
+  for (const char *pszFile : {"missing", "", "."}) EXPECT_EQ(Start(pszFile), nullptr) << pszFile;
+  const bool fWorks = FailMalloc::Works();
+  const Reports reports;
+  const FailMalloc fail;
+  EXPECT_EQ(StartText("ab", "") == nullptr, fWorks);
 }
 
 // --- Tokens ---
 
-enum Op { opWord, opNextWord, opNextRun, opKeyword, opNextChar, opSentence, cOps };
+enum Op { opWord, opWordN, opNextWord, opNextRun, opKeyword, opNextChar, opSentence, cOps };
 const char *const apszKeywords[] = {"ab", "", "b", nullptr, "1", "B"};
 
 // Calls a reader. Result: what it gives, and has read.
@@ -154,6 +173,7 @@ std::string Call(PARSECTX *pprs, Op op, const char *psz = "") {
   char sz[5000] = "";
   const auto Text = [&](ULONG ul) { return std::to_string(ul) + (ul ? sz : ""); };
   if (op == opWord) return Text(PrsGetWord(pprs, sz));
+  if (op == opWordN) return std::to_string(PrsGetWordN(pprs, sz, 3)) + sz;
   if (op == opNextRun) return Text(PrsNextWord(pprs, nullptr));
   if (op == opKeyword) return Text(static_cast<ULONG>(PrsGetKeyword(pprs, apszKeywords, 6) + 1));
   if (op == opSentence) return Text(PrsGetSentence(pprs, sz));
@@ -165,20 +185,18 @@ std::string Call(PARSECTX *pprs, Op op, const char *psz = "") {
 
 // The same on what is left of a text.
 struct TOKENMODEL {
-  std::string str, strSeparators;
-  bool fCase, fEnd = false;
+  std::string str, strStops; // whole lines; what ends a word
+  bool fCase;
 
   std::string Call(Op op, const std::string &strSought) {
-    if (fEnd) return "0";
+    if (str.empty()) return "0";
     SkipWhite();
-    std::size_t cb = 0; // of the next word
-    while (cb < str.size() && !std::strchr(szWhite, str[cb]) &&
-           (std::isalnum(str[cb]) || strSeparators.find(str[cb]) == str.npos))
-      cb++;
-    if (op == opWord) return "1" + Take(cb);
+    const std::size_t cb = std::min(str.find_first_of(strStops), str.size()); // of a word
+    if (op == opWord || (op == opWordN && cb < 3)) return "1" + Take(cb);
+    if (op == opWordN) return "0";
     if (op == opNextWord) return TakeIf(cb > 0 && Is(cb, strSought), cb);
     if (op == opNextRun) return TakeIf(true, str.find_first_of(szWhite));
-    if (op == opNextChar) return TakeIf(!fEnd && Is(1, strSought.substr(0, 1)), 1);
+    if (op == opNextChar) return TakeIf(!str.empty() && Is(1, strSought.substr(0, 1)), 1);
     if (op == opSentence) return str[0] == '"' ? TakeQuoted() : TakeRest();
     for (std::size_t i = 0; i < std::size(apszKeywords); i++)
       if (apszKeywords[i] && Is(cb, apszKeywords[i])) return Take(cb).assign(std::to_string(i + 1));
@@ -187,7 +205,6 @@ struct TOKENMODEL {
   std::string TakeRest() { // and the line end
     const std::string strText = Take(str.find('\n'));
     Take(1);
-    fEnd = str.empty();
     return "1" + strText;
   }
   std::string TakeQuoted() { // and all that follow directly
@@ -195,32 +212,22 @@ struct TOKENMODEL {
     while (str[0] == '"') {
       Take(1);
       while (!str.empty() && str[0] != '"') {
-        strText += Take(std::min(str.find_first_of("\"\n"), str.size()));
+        strText += Take(str.find_first_of("\"\n"));
         if (str[0] == '\n') SkipWhite();
       }
-      fEnd = str.empty();
-      if (fEnd) return "0";
+      if (str.empty()) return "0";
       Take(1);
       SkipWhite();
     }
     return "1" + strText;
   }
-  std::string TakeIf(bool fTake, std::size_t cb) {
-    if (fTake) Take(cb);
-    return fTake ? "1" : "0";
-  }
+  std::string TakeIf(bool f, std::size_t cb) { return f ? Take(cb).assign("1") : "0"; }
   std::string Take(std::size_t cb) {
-    const std::string strTaken = str.substr(0, cb);
-    str.erase(0, cb);
-    return strTaken;
+    return std::exchange(str, str.substr(std::min(cb, str.size()))).substr(0, cb);
   }
-  void SkipWhite() {
-    str.erase(0, str.find_first_not_of(szWhite));
-    fEnd = str.empty();
-  }
+  void SkipWhite() { Take(str.find_first_not_of(szWhite)); }
   bool Is(std::size_t cb, const std::string &strOther) const {
-    const std::string strWord = str.substr(0, cb);
-    return fCase ? strWord == strOther : strcasecmp(strWord.c_str(), strOther.c_str()) == 0;
+    return (fCase ? strcmp : strcasecmp)(str.substr(0, cb).c_str(), strOther.c_str()) == 0;
   }
 };
 
@@ -232,14 +239,16 @@ TEST_F(Prs, TakesTheTokensThatAModelDoes) {
     const char *pszSeparators = OneOf(apszSeparators);
     const bool fCase = Random(2);
     const Parse parse = ParseOf(strInput, fCase ? PRS_CASESENSITIVE : 0, pszSeparators);
-    TOKENMODEL model = {strInput, pszSeparators, fCase};
+    TOKENMODEL model = {strInput, pszSeparators + std::string(szWhite), fCase};
+    if (!strInput.ends_with('\n')) model.str += '\n';
+    std::erase_if(model.strStops, [](char ch) { return std::isalnum(ch); });
     std::string strTrace = testing::PrintToString(strInput) + " by " + pszSeparators;
     for (int iCall = 0; iCall < 25; iCall++) {
       const auto op = static_cast<Op>(Random(cOps));
       const char *psz = OneOf(apszWord);
       strTrace += "\n" + std::to_string(op) + " " + psz;
-      ASSERT_EQ(Call(parse.get(), op, psz), model.Call(op, psz)) << strTrace;
-      ASSERT_EQ(PrsIsEndOfFile(parse.get()), model.fEnd) << strTrace;
+      ASSERT_EQ(Call(parse, op, psz), model.Call(op, psz)) << strTrace;
+      ASSERT_EQ(PrsIsEndOfFile(parse), model.str.empty()) << strTrace;
     }
   }
 }
@@ -248,17 +257,17 @@ TEST_F(Prs, TakesLongWordsAndTimesAndThenNothing) {
   const std::string strLong(2047, 'w'), strQuoted = strLong + "\n\n " + strLong + "\"\"e";
   const Parse parse = ParseOf(strLong + "\n\"" + strQuoted + "\" 2003-01-15_10:23:45.5 y\nx\rx\nz");
   REALTIME rt = 1;
-  EXPECT_EQ(Call(parse.get(), opWord), "1" + strLong);
-  EXPECT_EQ(Call(parse.get(), opSentence), "1" + strLong + strLong + "e");
-  EXPECT_TRUE(PrsGetRealTime(parse.get(), &rt) == 1 && rt == 1042626225.5);
-  EXPECT_EQ(PrsIsEndOfLine(parse.get()), 0u);
-  EXPECT_EQ(Call(parse.get(), opWord), "1y");
-  EXPECT_EQ(PrsIsEndOfLine(parse.get()), 1u);
-  EXPECT_TRUE(PrsGetRealTime(parse.get(), &rt) == 1 && rt == 0.0) << "nothing left on the line";
-  EXPECT_EQ(Call(parse.get(), opSentence), "1x");
-  EXPECT_EQ(Call(parse.get(), opSentence), "1z");
-  for (int i = 0; i < cOps; i++)
-    EXPECT_EQ(Call(parse.get(), Op(i)) + Call(nullptr, Op(i)), "00") << i;
+  EXPECT_EQ(PrsGetWordN(parse, nullptr, 5) + PrsGetWordN(parse, nullptr, 0), 0u);
+  EXPECT_EQ(Call(parse, opWord), "1" + strLong);
+  EXPECT_EQ(Call(parse, opSentence), "1" + strLong + strLong + "e");
+  EXPECT_TRUE(PrsGetRealTime(parse, &rt) == 1 && rt == 1042626225.5);
+  EXPECT_EQ(PrsIsEndOfLine(parse), 0u);
+  EXPECT_EQ(Call(parse, opWord), "1y");
+  EXPECT_EQ(PrsIsEndOfLine(parse), 1u);
+  EXPECT_TRUE(PrsGetRealTime(parse, &rt) == 1 && rt == 0.0) << "nothing left on the line";
+  EXPECT_EQ(Call(parse, opSentence), "1x");
+  EXPECT_EQ(Call(parse, opSentence), "1z");
+  for (int i = 0; i < cOps; i++) EXPECT_EQ(Call(parse, Op(i)) + Call(nullptr, Op(i)), "00") << i;
 }
 
 TEST_F(Prs, LooksWithoutTakingAndReadsAPipe) {
@@ -266,97 +275,89 @@ TEST_F(Prs, LooksWithoutTakingAndReadsAPipe) {
   ASSERT_TRUE(pipe(afd) == 0 && write(afd[1], "a b\nc", 5) == 5);
   const Parse parse = Start(("/dev/fd/" + std::to_string(afd[0])).c_str());
   for (const int fd : afd) close(fd);
-  EXPECT_EQ(PrsResetToLine(parse.get(), 1), 0u) << "a pipe cannot be rewound";
-  EXPECT_EQ(Call(parse.get(), opWord), "1a");
-  EXPECT_TRUE(PrsQueryChar(parse.get(), 'b') && PrsQueryWord(parse.get(), "b"));
-  EXPECT_EQ(PrsGetPattern(parse.get(), "%?b"), 1u) << "the blank is still there";
-  EXPECT_EQ(Call(parse.get(), opWord), "1c");
+  EXPECT_EQ(PrsResetToLine(parse, 1), 0u) << "a pipe cannot be rewound";
+  EXPECT_EQ(Call(parse, opWord), "1a");
+  EXPECT_TRUE(PrsQueryChar(parse, 'b') && PrsQueryWord(parse, "b"));
+  EXPECT_EQ(PrsGetPattern(parse, "%?b"), 1u) << "the blank is still there";
+  EXPECT_EQ(Call(parse, opWord), "1c");
 }
 
 // --- Numbers and patterns ---
 
-// Takes a number from every line, behind a "~", and compares it and what is left with the runtime.
-template <typename T>
-void CompareWithRuntime(const Parse &parse, const Texts &astrLine, BOOL (*pfnGet)(PARSECTX *, T *),
-                        const std::string &strFormat, const char *pszRun) {
-  for (const std::string &strLine : astrLine) {
-    const char *psz = strLine.c_str();
-    T t = 77, tModel = 77;
-    const bool fPrefix = strFormat == "%lx" && psz[0] && (psz[1] | 0x20) == 'x';
-    const bool fSign = strFormat == "%ld" && (*psz == '-' || *psz == '+');
-    const BOOL f = (!fPrefix || *psz == '0') &&
-                   std::sscanf(psz + 2 * fPrefix, strFormat.c_str(), &tModel) == 1;
-    const std::string strRest = psz + f * (fSign + std::strspn(psz + fSign, pszRun));
-
-    ASSERT_EQ(PrsNextChar(parse.get(), '~'), 1u);
-    ASSERT_EQ(pfnGet(parse.get(), &t), f) << strLine;
-    ASSERT_EQ(std::memcmp(&t, &tModel, sizeof t), 0) << strLine;
-    ASSERT_EQ(Call(parse.get(), opSentence), "1" + strRest) << strLine;
-  }
-}
-
 TEST_F(Prs, TakesNumbersWithTheValuesOfTheRuntime) {
-  Texts astrPiece = Words(
-      "- + 0 1 9 . e x X F p 0x inf nan e-309 00000000 2147483647 2147483648 4294967295 4294967296 "
-      "9007199254740993 18446744073709551617");
-  astrPiece.insert(astrPiece.end(), {"\f", "\v"});
+  const Texts astrPiece = Split(
+      "-~+~0~1~9~.~e~x~X~F~p~0x~\f~\v~inf~nan~e-309~00000000~2147483647~2147483648~4294967295~"
+      "4294967296~9007199254740993~18446744073709551617");
   Texts astrLine(10000);
   std::string strInput;
-  for (std::string &str : astrLine) {
-    str = Some(astrPiece, 6) + "~";
-    strInput += "~" + str + "\n";
-  }
-  CompareWithRuntime(ParseOf(strInput), astrLine, PrsGetNumber, "%ld", "0123456789");
-  CompareWithRuntime(ParseOf(strInput), astrLine, PrsGetHexNumber, "%lx",
-                     "0123456789abcdefABCDEFxX");
-  CompareWithRuntime(ParseOf(strInput), astrLine, PrsGetReal, "%lf", "0123456789eE+-.");
+  for (std::string &str : astrLine) strInput += "~" + (str = Some(astrPiece, 6) + "~") + "\n";
+  const auto Compare = [&]<typename T>(BOOL (*pfnGet)(PARSECTX *, T *), const char *pszFormat,
+                                       const char *pszRun) {
+    const Parse parse = ParseOf(strInput);
+    for (const std::string &strLine : astrLine) {
+      const char *psz = strLine.c_str();
+      T t = 77, tModel = 77;
+      const bool fPrefix = pszFormat[2] == 'x' && psz[0] && (psz[1] | 0x20) == 'x';
+      const bool fSign = pszFormat[2] == 'd' && (*psz == '-' || *psz == '+');
+      const BOOL f =
+          (!fPrefix || *psz == '0') && std::sscanf(psz + 2 * fPrefix, pszFormat, &tModel) == 1;
+      const std::string strRest = psz + f * (fSign + std::strspn(psz + fSign, pszRun));
+
+      ASSERT_EQ(PrsNextChar(parse, '~'), 1u) << strLine;
+      ASSERT_EQ(pfnGet(parse, &t), f) << strLine;
+      ASSERT_EQ(std::memcmp(&t, &tModel, sizeof t), 0) << strLine;
+      ASSERT_EQ(Call(parse, opSentence), "1" + strRest) << strLine;
+    }
+  };
+  Compare(PrsGetNumber, "%ld", "0123456789");
+  Compare(PrsGetHexNumber, "%lx", "0123456789abcdefABCDEFxX");
+  Compare(PrsGetReal, "%lf", "0123456789eE+-.");
 }
 
+// On a line, after which comes a line "~"; _ stands for a blank. What the pattern of a line does
+// not find there leaves all as it was.
 TEST_F(Prs, MatchesPatterns) {
-  const struct {
-    const char *pszPattern, *pszText; // after whose line comes a line "~"
-    BOOL fQuery, fGet;
-    const char *pszWord; // the values got
-    LONG lNumber;
-    const char *pszLeft; // what a sentence gives then
-    ULONG flParse = 0;
-  } aCase[] = {
-      {"%w = %n ;", "count = 42 ; x", 1, 1, "count", 42, "1x"},
-      {"%w = %n ;", "count = x ;", 0, 0, "count", 0, "1x ;"},
-      {"[%w%*:%n", "[key ignored words : 7", 1, 1, "key", 7, "1~"},
-      {"%-w %n", "abc 5", 1, 1, "", 5, "1~"},
-      {" Q%x ", "q0x1Fg", 1, 1, "", 31, "1g"},
-      {"%z%-x z", "0x1F z", 0, 1, "", 0, "1~"},
-      {"%-n.%n", "-1.5", 0, 1, "", 5, "1~"},
-      {"%n", "x", 1, 0, "", 0, "1x"},
-      {"end", "END", 0, 0, "", 0, "1END", PRS_CASESENSITIVE},
-      {"a ~ ~", "a", 0, 0, "", 0, "0"},
-      {"a~%w", "a", 0, 1, "", 0, "0"},
-      {"a%?c", "a bc", 1, 0, "", 0, "1bc"},
-      {"a%-?bc", "a bc", 0, 1, "", 0, "1~"},
-      {"a%?", "a", 0, 0, "", 0, "1~"},
-      {"%* x y", "a b X yz", 1, 1, "", 0, "1z"},
-      {"%-*=%n", " == 5", 1, 0, "", 0, "1= 5"},
-      {"%*=%*=%n", "a= b = 5", 1, 1, "", 5, "1~"},
-      {"%*ab", "xab", 1, 1, "", 0, "1~"},
-      {"%*ab", "xaab", 0, 0, "", 0, "1ab"},
-      {"a%-", "ab", 0, 0, "", 0, "1b"},
-      {"a%* ", "ab", 0, 0, "", 0, "1b"},
-  };
-  for (const auto &c : aCase) {
-    SCOPED_TRACE(std::string(c.pszPattern) + " on " + c.pszText);
-    const Parse parse = ParseOf(std::string(c.pszText) + "\n~\n", c.flParse, "]-!@#$%&*<>_|\\:");
-    char szWord[PRS_LINE_SIZE] = "";
-    LONG l = 0;
-    const bool fWord = std::strstr(c.pszPattern, "%w");
-    EXPECT_EQ(PrsQueryPattern(parse.get(), c.pszPattern), c.fQuery);
-    EXPECT_EQ(fWord ? PrsGetPattern(parse.get(), c.pszPattern, szWord, &l)
-                    : PrsGetPattern(parse.get(), c.pszPattern, &l),
-              c.fGet);
-    EXPECT_STREQ(szWord, c.pszWord);
-    EXPECT_EQ(l, c.lNumber);
-    EXPECT_EQ(Call(parse.get(), opSentence), c.pszLeft);
+  for (Texts &row : Rows(R"(
+pattern    text                    flags  line  query  get  word   number  sentence-then
+%w_=_%n_;  count_=_42_;_x          0      1     1      1    count  42      1x
+%w_=_%n_;  count_=_x_;             0      0     0      0    count  0       1x_;
+[%w%*:%n   [key_ignored_words_:_7  0      1     1      1    key    7       1~
+%-w_%n     abc_5                   0      1     1      1    ''     5       1~
+_Q%x_      q0x1Fg                  0      1     1      1    ''     31      1g
+%z%-x_z    0x1F_z                  0      1     0      1    ''     0       1~
+%-n.%n     -1.5                    0      1     0      1    ''     5       1~
+%n         x                       0      0     1      0    ''     0       1x
+end        END                     16     0     0      0    ''     0       1END
+a_~_~      a                       0      0     0      0    ''     0       0
+a~%w       a                       0      0     0      1    ''     0       0
+=%w        =                       0      0     1      1    ~      0       1
+a%?c       a_bc                    0      0     1      0    ''     0       1bc
+a%-?bc     a_bc                    0      1     0      1    ''     0       1~
+a%?        a                       0      0     0      0    ''     0       1~
+%*_x_y     a_b_X_yz                0      1     1      1    ''     0       1z
+%-*=%n     ==_5                    0      0     1      0    ''     0       1=_5
+%*=%*=%n   _a=_b_=_5               0      1     1      1    ''     5       1~
+%*ab       xab                     0      1     1      1    ''     0       1~
+%*ab       xaab                    0      0     0      0    ''     0       1ab
+a%-        ab                      0      0     0      0    ''     0       1b
+a%*_       ab                      0      0     0      0    ''     0       1b
+)")) {
+    for (std::string &str : row) std::replace(str.begin(), str.end(), '_', ' ');
+    const auto Get = [&, psz = row[0].c_str()](auto pfnGet) -> Texts { // what the row ends with
+      const Parse parse = ParseOf(row[1] + "\n~\n", std::stoul(row[2]), "]-!@#$%&*<>_|\\:");
+      char szWord[PRS_LINE_SIZE] = "";
+      LONG l = 0;
+      const BOOL fQuery = PrsQueryPattern(parse, psz), fWord = std::strstr(psz, "%w") != nullptr;
+      const BOOL f = fWord ? pfnGet(parse, psz, szWord, &l) : pfnGet(parse, psz, &l);
+      return {std::to_string(fQuery), std::to_string(f), szWord, std::to_string(l),
+              Call(parse, opSentence)};
+    };
+    const Texts astrTaken(row.begin() + 4, row.end());
+    const Texts astrNot = {row[4], "0", "", "0", "1" + row[1]};
+    EXPECT_EQ(Get(PrsGetPattern), astrTaken) << row[0];
+    EXPECT_EQ(Get(PrsGetLinePattern), row[3] == "1" ? astrTaken : astrNot) << row[0];
   }
-  EXPECT_EQ(PrsGetPattern(nullptr, "") + PrsQueryPattern(nullptr, ""), 0u);
+  for (const auto pfn : {PrsGetPattern, PrsGetLinePattern}) EXPECT_EQ(pfn(nullptr, ""), 0u);
+  EXPECT_EQ(PrsQueryPattern(nullptr, ""), 0u);
 }
 } // namespace

@@ -1,19 +1,19 @@
-/* prs.h: reading a text file, or standard input, line by line and token by token.
-   A parse is one PARSECTX from PrsStartParse to PrsEndParse_. It has a current line, from which comments have been
-   removed, and a read position on it. The token readers skip white space first (carriage return, line feed, blank and
-   tab, nothing else), reading further lines when the current one is used up; a reader that fails leaves the position
-   before the item. Once the input is exhausted all readers fail but PrsGetRealTime and patterns that need no text. A
-   null context is answered like an exhausted one, except that no pattern matches; other null arguments are allowed
-   where the text says so. Nothing is reported through err.h (but by the allocator, when there is no memory for a
-   context). Letters and digits are those of ASCII, in every locale.
+/* prs.h: reading a text file, standard input or a text in memory, line by line and token by token.
+   A parse is one PARSECTX from PrsStartParse or PrsStartParseText to PrsEndParse_. It has a current line, from which
+   comments have been removed, and a read position on it. The token readers skip white space first (carriage return,
+   line feed, blank and tab, nothing else), reading further lines when the current one is used up; a reader that fails
+   leaves the position before the item. Once the input is exhausted all readers fail but PrsGetRealTime and patterns
+   that need no text. A null context is answered like an exhausted one, except that no pattern matches; other null
+   arguments are allowed where the text says so. Nothing is reported through err.h (but by the allocator, when there is
+   no memory for a context). Letters and digits are those of ASCII, in every locale.
 
    A word is the longest run of characters that are no white space and either letters or digits or not in the separator
    set; so a separator ends a word, and standing first it makes the word empty.
 
    Lines are at most 2047 characters; longer ones arrive in pieces, each a line of its own. A zero byte ends a line's
    text: what stands behind it on the line is not seen. A read error ends the input like its end, and the line at which
-   it comes is lost: the parser does not tell the two apart. The end is final: what is appended to the file later is not
-   seen before PrsResetToLine starts over. */
+   it comes is lost: PrsQueryError tells the two apart. The end is final: what is appended to the file later is not seen
+   before PrsResetToLine starts over. */
 #ifndef ZEBBASE_PRS_H
 #define ZEBBASE_PRS_H
 
@@ -47,6 +47,19 @@ typedef struct PARSECTX PARSECTX;
    Limits         PrsQueryFileName shows at most 127 characters of the name. */
 ZEB_API PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators) ZEB_RESULT;
 
+/* An addition of version 1.1: opens a parse of a text in memory, and reads its first line. All works as on a file with
+   these bytes, and the text can always be started over.
+   pch            the text, which need not end in a zero. It stays the caller's, is never written, and must keep its
+                  bytes until PrsEndParse_: it is copied piece by piece, as it is read.
+   cb             its bytes.
+   pszName        what PrsQueryFileName shows, to at most 127 characters, until a line marker says otherwise; null for
+                  an empty name. It is copied.
+   flParse, pszSeparators  as above.
+   Result         the context; null, with nothing allocated, for a null pch, for a text that is empty or has no line
+                  that is kept, and without memory. */
+ZEB_API_1_1 PARSECTX *PrsStartParseText(const char *pch, ULONG cb, const char *pszName, ULONG flParse,
+                                        const char *pszSeparators) ZEB_RESULT;
+
 /* Closes the input (standard input too) and frees the context; null is ignored. */
 ZEB_API void PrsEndParse_(PARSECTX *pprs);
 
@@ -64,7 +77,14 @@ ZEB_API BOOL PrsGetLine(PARSECTX *pprs, char *pszBuffer);
    The file name stays what the last line marker said. */
 ZEB_API BOOL PrsResetToLine(PARSECTX *pprs, ULONG ulLine);
 
-ZEB_API BOOL PrsIsEndOfFile(PARSECTX *pprs);      /* 1 when the input is exhausted */
+ZEB_API BOOL PrsIsEndOfFile(PARSECTX *pprs); /* 1 when the input is exhausted */
+
+/* An addition of version 1.1: why the input is exhausted.
+   Result   0 when it ended, or has not yet, and for a null context; the errno value of the read that failed: what has
+            been delivered is not all. A PrsResetToLine that rewinds the input forgets it. When not even the first line
+            can be read there is no context to ask: PrsStartParse gives null. */
+ZEB_API_1_1 int PrsQueryError(PARSECTX *pprs);
+
 ZEB_API BOOL PrsIsEndOfLine(PARSECTX *pprs);      /* 1 when only white space (which it skips) is left on the line */
 ZEB_API ULONG PrsQueryLineNumber(PARSECTX *pprs); /* of the current line: lines read, dropped ones too, or by markers */
 ZEB_API const char *PrsQueryFileName(PARSECTX *pprs); /* the context's; "stdin", or as the last line marker says */
@@ -72,6 +92,12 @@ ZEB_API const char *PrsQueryFileName(PARSECTX *pprs); /* the context's; "stdin",
 /* The next word, empty when a separator stands next. pszWord has room for PRS_LINE_SIZE bytes. Result 1; 0 at the end
    (a call that meets the end while it skips white space gives an empty word and 1). */
 ZEB_API BOOL PrsGetWord(PARSECTX *pprs, char *pszWord);
+
+/* An addition of version 1.1: PrsGetWord for a buffer of any size.
+   pszWord  has room for ulSize bytes, the terminator among them. Null is refused.
+   Result   1; 0, with the buffer as it was, at the end, and for a word that does not fit (none does with a size of 0),
+            which is then still the next item. */
+ZEB_API_1_1 BOOL PrsGetWordN(PARSECTX *pprs, char *pszWord, ULONG ulSize);
 
 /* Takes the next word when it is pszWord, whole; with null, takes the next run of anything but white space, which is
    always there before the end, if only an empty one. PrsQueryWord only looks (and finds no null word). Result 1 when it
@@ -126,6 +152,12 @@ ZEB_API BOOL PrsGetSentence(PARSECTX *pprs, char *pszText);
             a null pattern. */
 ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
 
+/* An addition of version 1.1: PrsGetPattern on the current line alone, all or nothing. What would be looked for on a
+   further line is not there.
+   Result   1 when all was there; 0, with the read position and all that the arguments point to as they were, when
+            something was not, and for a null pattern. */
+ZEB_API_1_1 BOOL PrsGetLinePattern(PARSECTX *pprs, const char *pszPattern, ...);
+
 /* Whether the rest of the current line begins with what a pattern describes; takes nothing and reads no further line.
    Here white space of the text is skipped before every element, %w, %n (digits only) and %x (hex digits only) may be
    empty, and a '%' before any other character fails. Result 1 or 0, as above. */
@@ -133,6 +165,8 @@ ZEB_API BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern);
 
 /* What frees what, for the compiler's checks. */
 PARSECTX *PrsStartParse(const char *pszFile, ULONG flParse, const char *pszSeparators) ZEB_FREED_BY(PrsEndParse_);
+PARSECTX *PrsStartParseText(const char *pch, ULONG cb, const char *pszName, ULONG flParse, const char *pszSeparators)
+    ZEB_FREED_BY(PrsEndParse_);
 
 #ifndef ZEBBASE_NO_MACROS
 /* An addition of version 1.1: leaves null in its argument, which is a variable. */
