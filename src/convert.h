@@ -18,6 +18,9 @@ ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText);
 // takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
 bool IsFormatFor(ULONG ulType, const char *pszFormat);
 
+// The same for a format that is only scanned, which has no precision and no flags.
+bool IsScanFor(ULONG ulType, const char *pszFormat);
+
 // Whether all words of a verbosity text are known, and all areas there are.
 bool IsVerbosity(const char *psz);
 
