@@ -2,6 +2,7 @@
 // program ends, as a user sees them.
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 
 #include <functional>
@@ -34,6 +35,12 @@ CMDOPTION Entry(const char *pszTyped, ULONG ulType = CMD_TYPE_SHORT,
   std::strcpy(cmdo.szArgumentName, "name");
   std::memset(&cmdo.value, 0xA5, sizeof cmdo.value);
   return cmdo;
+}
+
+Table Entries(const std::string &strTyped) { // '' is a positional argument
+  Table acmdo;
+  for (const std::string &str : Words(strTyped)) acmdo.push_back(Entry(str.c_str()));
+  return acmdo;
 }
 
 std::string Result(ULONG ulCode, const std::string &strMessage = "") {
@@ -252,9 +259,8 @@ TEST_F(Cmd, AgreesWithAModelOnRandomTablesAndArguments) {
 }
 
 TEST_F(Cmd, AnswersRequestsForHelpWithoutTouchingTheTable) {
-  Table acmdo;
-  for (const char *psz : {"", "-o", "o", "o", "", "-P", "P", "-"})
-    acmdo.push_back(Entry(psz, ulNoType));
+  Table acmdo = Entries("'' -o o o '' -P P -");
+  acmdo[0].ulTypeCode = ulNoType;
   const Table acmdoBefore = acmdo;
   const auto Ask = [&](Texts astrArg) { return Parse(acmdo, astrArg); };
   const Texts astrTopic = Words("arg1 -o o1 o2 ARG2 -p P1"); // of the entries
@@ -270,7 +276,7 @@ TEST_F(Cmd, AnswersRequestsForHelpWithoutTouchingTheTable) {
   EXPECT_EQ(Ask({"-H"}), Result(CMD_BAD_TABLE));
 }
 
-TEST_F(Cmd, TakesAnyVectorAndRefusesBrokenTables) {
+TEST_F(Cmd, TakesAnyVectorAndRefusesBrokenTablesAndGroups) {
   CMDOPTION cmdo = Entry("", CMD_TYPE_LONG, "%ld", "7");
   char szOne[] = "1", szTwo[] = "2";
   char *apsz[] = {szOne, nullptr, szTwo, szOne};
@@ -284,6 +290,13 @@ TEST_F(Cmd, TakesAnyVectorAndRefusesBrokenTables) {
   EXPECT_EQ(cmdo.value.lValue, 2);
   cmdo = Entry("", CMD_TYPE_LONG, "%ld", std::string(41, '1')); // a text without its end
   EXPECT_EQ(Parse(1, apsz, &cmdo, 1), Result(CMD_BAD_TABLE));
+
+  Table acmdo = Entries("!-m1 ! !-n1 ''"); // groups are compared after a free part
+  acmdo[1].ulTypeCode = acmdo[3].ulTypeCode = CMD_TYPE_BOOLEAN;
+  Texts astrPrefix = {"-m", "x", "-n"}, astrMore = {"-m", "x", "-n", "y"};
+  const std::string strSecond = "Second instance of mutually exclusive switches";
+  EXPECT_EQ(Parse(acmdo, astrPrefix), Result(CMD_PARSED));
+  EXPECT_EQ(Parse(acmdo, astrMore), Result(acmdo[2].ulHelpKey, strSecond));
 }
 
 TEST_F(Cmd, ConvertsAsSscanfWithinTheWidthOfTheType) {
@@ -317,12 +330,11 @@ none  '' %hhd %1s %7s %s %*d %d%d %n %lld d %1c %lc %Lf %-d %05d %.1f %%
     ASSERT_TRUE(!fScanned || std::memcmp(&acmdo[0].value, &value, sizeof value) == 0);
   }
   Texts astrLong = {std::string(100000, 'z')};
-  for (const std::string &strConversion : Words("%s %ls %99c %[z] %ms %5ms %2$s")) {
-    Table acmdo = {Entry("", CMD_TYPE_CHARACTER, strConversion)};
-    const bool fConverts = strConversion.find_first_of("m$") == std::string::npos;
-    EXPECT_EQ(Parse(acmdo, astrLong) == Result(CMD_PARSED), fConverts) << strConversion;
-    const bool fBytes = fConverts && strConversion != "%ls";
-    EXPECT_TRUE(!fBytes || acmdo[0].value.chValue == 'z') << strConversion;
+  for (const std::string &str : Words("%s %ls %99c %[z] %ms %5ms %2$s")) {
+    Table acmdo = {Entry("", CMD_TYPE_CHARACTER, str)};
+    const bool fConverts = str.find_first_of("m$") == str.npos;
+    EXPECT_EQ(Parse(acmdo, astrLong) == Result(CMD_PARSED), fConverts) << str;
+    EXPECT_TRUE(!fConverts || str == "%ls" || acmdo[0].value.chValue == 'z') << str;
   }
 }
 
@@ -363,13 +375,12 @@ void TypeKeys(const std::string &strKeys) { // standard input from now on
 
 TEST_F(Cmd, PrintsUsageAndEntries) {
   // Behind the switch without a character, z stands apart from a switch, and so does the last y.
-  Table acmdo = {Entry("!", CMD_TYPE_STRING), Entry("", CMD_TYPE_DOUBLE)};
-  for (const char *psz : {"-v", "-a1", "-b1", "!-c2", "!-d2", "-o", "o"})
-    acmdo.push_back(Entry(psz));
-  acmdo.push_back(Entry("!o", ulNoType));
-  acmdo.push_back(Entry("p", CMD_TYPE_CHARACTER));
-  for (const char *psz : {"-", "z", "", "y", "z"})
-    acmdo.push_back(Entry(psz, CMD_TYPE_STRINGARRAY));
+  Table acmdo = Entries("! '' -v -a1 -b1 !-c2 !-d2 -o o !o p - z '' y z");
+  acmdo[0].ulTypeCode = CMD_TYPE_STRING;
+  acmdo[1].ulTypeCode = CMD_TYPE_DOUBLE;
+  acmdo[9].ulTypeCode = ulNoType;
+  acmdo[10].ulTypeCode = CMD_TYPE_CHARACTER;
+  acmdo[13].ulTypeCode = CMD_TYPE_STRINGARRAY;
   std::strcpy(acmdo[0].szArgumentName, "a name of exactly 29 charact.");
   EXPECT_EQ("\n" + Syntax(acmdo, "/usr/bin/tool.bin"), R"(
 tool Arg1 [Arg2] [-v] [-a | -b] -c | -d [-o o1 o2 o3] [ z1] [Arg3] [ y1] 
@@ -400,11 +411,8 @@ TEST_F(Cmd, PausesBetweenPagesOfHelp) {
       "\n      ----<press any key to continue>-----\r" + std::string(42, ' ') + "\r";
   const CMDHELP acmdhelp[] = {
       {201, "\none\n"}, {202, "\ntwo\n2\n"}, {203, "three\n"}, {204, nullptr}, {0, "never\n"}};
-  const struct {
-    ULONG ulLines;
-    std::string strPages; // with a * for each pause
-    int iNextKey;
-  } aCase[] = {
+  const std::tuple<ULONG, std::string, int> aCase[] = {
+      // * for each pause, and the key behind
       {0, "\none\n\ntwo\n2\nthree\n", '\0'}, // no pages
       {1, "*one\n*two\n2\n*three\n*", EOF},  // the keys run out
       {4, "\none\n*two\n2\n*three\n", 'z'},  {6, "\none\n*two\n2\nthree\n", 'y'},
@@ -438,23 +446,23 @@ SHORT USHORT BOOLEAN LONG        ULONG      DOUBLE   STRING CHARACTER STRINGARRA
   Texts astrEntry; // as shown, part by part
   for (size_t n = 0; n < rows[0].size(); n++) {
     acmdo.push_back(Entry("!", n, rows[1][n]));
-    acmdo[n].ulHelpKey = HLP + n;
-    astrEntry.push_back("CommandLine Argument~name~REQ'D~ARG~ ~NOCASE~0~HLP+" + std::to_string(n) +
-                        "~" + rows[0][n] + "~\"" + rows[1][n] + "\"~~" + rows[3][n]);
+    const std::string strKey = std::to_string(acmdo[n].ulHelpKey - HLP);
+    astrEntry.push_back("CommandLine Argument~name~REQ'D~ARG~ ~NOCASE~0~HLP+" + strKey + "~" +
+                        rows[0][n] + "~\"" + rows[1][n] + "\"~~" + rows[3][n]);
   }
   astrEntry[8] += "\n                    e2";
   Texts astrArg = rows[2];
   astrArg.insert(astrArg.begin() + 9, "e2"); // the array takes what is left up to a '-'
   EXPECT_EQ(Parse(acmdo, astrArg), Result(CMD_PARSED));
   acmdo.push_back(Entry("-V4000000000", CMD_TYPE_STRING, "%s", "none"));
+  acmdo.push_back(Entry("V", ulNoType, "a"));
   acmdo[10].fCase = acmdo[10].value.ulValue = 1;
   acmdo[10].ulHelpKey = HLP - 1;
-  acmdo.push_back(Entry("V", ulNoType, "a"));
   acmdo[11].ulHelpKey = HLP;
-  for (const char *psz :
-       {"Switch ~name~CMD'L~FLAG~V~CASE~4000000000~HLP+4294967295~STRING~\"%s\"~none~1",
-        "Switch Argument~name~CMD'L~ARG~V~NOCASE~0~HLP+0~UNKNOWN~\"a\"~~Error! Unrecognized type"})
-    astrEntry.push_back(psz);
+  astrEntry.push_back(
+      "Switch ~name~CMD'L~FLAG~V~CASE~4000000000~HLP+4294967295~STRING~\"%s\"~none~1");
+  astrEntry.push_back(
+      "Switch Argument~name~CMD'L~ARG~V~NOCASE~0~HLP+0~UNKNOWN~\"a\"~~Error! Unrecognized type");
   std::string strExpected;
   for (size_t n = 0; n < acmdo.size(); n++) {
     const Texts astr = Split(astrEntry[n]);
@@ -463,11 +471,11 @@ SHORT USHORT BOOLEAN LONG        ULONG      DOUBLE   STRING CHARACTER STRINGARRA
   }
 
   TypeKeys("k"); // for the first entry; then they are at their end
+  const auto exits = testing::ExitedWithCode(0);
   const std::string strDump = Printed([&](FILE *pf) {
-    EXPECT_EXIT(CmdDisplayOptionStruct(nullptr, acmdo.data(), 1), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(CmdDisplayOptionStruct(pf, nullptr, 1), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(CmdDisplayOptionStruct(pf, acmdo.data(), acmdo.size()), testing::ExitedWithCode(0),
-                "");
+    EXPECT_EXIT(CmdDisplayOptionStruct(nullptr, acmdo.data(), 1), exits, "");
+    EXPECT_EXIT(CmdDisplayOptionStruct(pf, nullptr, 1), exits, "");
+    EXPECT_EXIT(CmdDisplayOptionStruct(pf, acmdo.data(), acmdo.size()), exits, "");
   });
 
   EXPECT_EQ(strDump, strExpected);
@@ -477,15 +485,14 @@ SHORT USHORT BOOLEAN LONG        ULONG      DOUBLE   STRING CHARACTER STRINGARRA
 // What a program comes to: its exit status (42 when it goes on), and what it prints.
 using Ending = std::tuple<int, std::string, std::string>;
 
-Ending RunTool(
-    Table acmdo, Texts astrArg, const std::function<void()> &prepare = [] {}) {
+Ending RunTool(Table acmdo, Texts astrArg, const std::function<void()> &prepare = {}) {
   const CMDHELP acmdhelp[] = {{HLP - 1, "about\n"}, {HLP, "\nthe file\n"}, {0, nullptr}};
   char szProgram[] = "/bin/tool.x";
   std::vector<char *> apsz = Vector(szProgram, astrArg);
   Capture out(stdout), err(stderr);
   const pid_t pid = fork();
   if (pid == 0) {
-    prepare();
+    if (prepare) prepare();
     CmdParseOrExit(std::ssize(apsz), apsz.data(), acmdo.data(), acmdo.size(), acmdhelp);
     _exit(42);
   }
@@ -524,9 +531,30 @@ TEST_F(Cmd, EndsAsUsersExpect) {
   };
   const Ending endingMemory = {1, "", "tool: no memory\n"}, endingGood = {42, "", ""};
   EXPECT_EQ(RunTool(acmdo, {"f"}, TakeMemory), FailMalloc::Works() ? endingMemory : endingGood);
+
   acmdo[2].chSwitchId = '\n';
-  const std::string strWrong =
-      "tool: option table: entry 3 (?1): it stands behind no switch of its own\n";
+  acmdo[2].ulTypeCode = ulNoType;
+  const std::string strWrong = "tool: option table: entry 3 (?1): its type is unknown\n";
   EXPECT_EQ(RunTool(acmdo, {"-h"}), Ending(3, "", strWrong));
+}
+
+TEST_F(Cmd, ShowsHelpInPagesOnATerminal) {
+  const int fdTerminal = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_EQ(unlockpt(fdTerminal), 0);
+  const int fdUser = open(ptsname(fdTerminal), O_RDWR | O_NOCTTY);
+  const winsize ws = {.ws_row = 2, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
+  EXPECT_EQ(ioctl(fdUser, TIOCSWINSZ, &ws), 0);
+  EXPECT_EQ(write(fdTerminal, "keys\n", 5), 5);
+
+  RunTool({}, {"-h", "full"}, [fdUser] {
+    dup2(fdUser, STDIN_FILENO);
+    dup2(fdUser, STDOUT_FILENO);
+  });
+
+  char achShown[999] = {};
+  EXPECT_GT(read(fdTerminal, achShown, sizeof achShown - 1), 0);
+  EXPECT_NE(std::strstr(achShown, "----<press any key to continue>-----"), nullptr) << achShown;
+  close(fdTerminal);
+  close(fdUser);
 }
 } // namespace
