@@ -1,7 +1,9 @@
 // cmdcheck.cpp: checking option tables that programs write by hand.
 // Entries are judged in the order of the table, so each can take it that those before it are right.
 
+#include <bit>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -44,13 +46,12 @@ bool UsesConversion(const CMDOPTION &cmdo) {
 }
 
 FAULT CheckValue(const CMDOPTION &cmdo) {
-  constexpr CMDVALUE valueNone = {.dValue = 0};
   if (UsesConversion(cmdo) && !HasFittingConversion(cmdo))
     return {CMD_ERROR_CONVERSION, "its conversion does not fit its type"};
   CMDOPTION cmdoTried = cmdo;
-  cmdoTried.value = valueNone;
+  cmdoTried.value = {.dValue = 0}; // all of it
   if (!SetDefault(cmdoTried)) return {CMD_ERROR_DEFAULT, "its default does not convert"};
-  if (cmdo.fFlag && std::memcmp(&cmdoTried.value, &valueNone, sizeof valueNone) != 0)
+  if (cmdo.fFlag && std::bit_cast<std::uint64_t>(cmdoTried.value) != 0)
     return {CMD_ERROR_DEFAULT, "the default of a switch is not zero"};
   return {};
 }

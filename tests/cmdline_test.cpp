@@ -178,11 +178,11 @@ struct MODEL {
   }
 
   std::string FirstFault() const { // the code, and the entry
-    std::set<std::pair<char, ULONG>> seen;
+    std::set<char> switches;
+    std::set<ULONG> groups;
     ULONG ulRank = 0; // 0 in the prefix, 1 for optional positional arguments, 2 behind them
     for (size_t n = 0; Kind(n); n++) {
       const CMDOPTION &cmdo = acmdo[n];
-      const auto IsNew = [&](char ch, ULONG ul) { return seen.insert({ch, ul}).second; };
       const bool fFree = Kind(n) == 'A' || !cmdo.fMandatory;
       const ULONG ulBefore = std::exchange(ulRank, ULONG{fFree} + (fFree && Kind(n) != 'P'));
       const bool fBegins = cmdo.ulExclusiveGroup && (n == 0 || !GroupGoesOn(n - 1)); // a group
@@ -190,8 +190,8 @@ struct MODEL {
       const std::pair<bool, int> aRule[] = {
           {cmdo.ulTypeCode == ulNoType, CMD_ERROR_TYPE},
           {cmdo.szDefaultValue == std::string("bad"), CMD_ERROR_DEFAULT},
-          {Kind(n) == 'S' && !IsNew('S', cmdo.chSwitchId), CMD_ERROR_SWITCH},
-          {fBegins && !IsNew('G', cmdo.ulExclusiveGroup), CMD_ERROR_GROUP},
+          {Kind(n) == 'S' && !switches.insert(cmdo.chSwitchId).second, CMD_ERROR_SWITCH},
+          {fBegins && !groups.insert(cmdo.ulExclusiveGroup).second, CMD_ERROR_GROUP},
           {ulRank < ulBefore, CMD_ERROR_ORDER},
           {Kind(n) == 'A' && (ulBefore < 2 || !fSame), CMD_ERROR_ORDER},
       };
