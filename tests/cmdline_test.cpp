@@ -354,6 +354,7 @@ TEST_F(Cmd, ChecksWhatNoCommandLineShows) {
       {CMD_ERROR_KEY, cmdoKey},
   };
   for (const auto &[ulCode, cmdo] : aCase) EXPECT_EQ(Check({cmdo}), std::to_string(ulCode) + " 1");
+  EXPECT_EQ(Check({Entry("!-m"), Entry("m", CMD_TYPE_STRING)}), "7 2"); // no argument in the prefix
   EXPECT_EQ(CmdCheckTable(nullptr, 1, nullptr), ULONG{CMD_ERROR_ARGUMENT});
 }
 
