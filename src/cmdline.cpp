@@ -137,12 +137,8 @@ bool Scan(const char *pszText, CMDOPTION &cmdo) {
   return true;
 }
 
-template <std::size_t N>
-bool IsTerminated(const char (&sz)[N]) {
-  return sz[N - 1] == '\0' || std::memchr(sz, '\0', N);
-}
+} // namespace
 
-// Gives an entry its default. Result: false when the entry is faulty.
 bool SetDefault(CMDOPTION &cmdo) {
   if (cmdo.ulTypeCode >= ulOptionTypes) return false;
   if (!IsTerminated(cmdo.szConversion) || !IsTerminated(cmdo.szDefaultValue)) return false;
@@ -155,40 +151,13 @@ bool SetDefault(CMDOPTION &cmdo) {
   return cmdo.ulTypeCode == CMD_TYPE_STRINGARRAY || *cmdo.szDefaultValue == '\0' || Scan(cmdo.szDefaultValue, cmdo);
 }
 
+namespace {
 BOOLEAN IsYes(const char *psz) {
   constexpr std::string_view asvYes[] = {"true", "yes", "on"};
   for (const std::string_view sv : asvYes)
     if (CompareNoCase(psz, sv.data(), sv.size()) == 0) return 1;
   return 0;
 }
-
-// Gives the entries of a table, taken in order, the names under which they are asked for help.
-class TopicNames {
- public:
-  const char *NameNext(const CMDOPTION &cmdo) { // empty for an entry without a name
-    text_.Shorten(0);
-    switch (KindOf(cmdo)) {
-      case Kind::Positional:
-        text_.Put("arg").PutNumber(++ulPositional_);
-        break;
-      case Kind::Switch:
-        ulArgument_ = 0;
-        text_.Put('-').Put(cmdo.chSwitchId);
-        break;
-      case Kind::SwitchArgument:
-        text_.Put(cmdo.chSwitchId).PutNumber(++ulArgument_);
-        break;
-      case Kind::None:
-        break;
-    }
-    return text_.Text();
-  }
-
- private:
-  TextBuffer<16> text_;
-  ULONG ulPositional_ = 0;
-  ULONG ulArgument_ = 0;
-};
 
 // One parse. The steps give false where it ends early; the result record then says why.
 class Matcher {

@@ -1,4 +1,4 @@
-// cmdshow.cpp: the displays of an option table: syntax, help and the dump of all its fields.
+// cmdshow.cpp: the displays of an option table: names, syntax, help and the dump of all its fields.
 
 #include <algorithm>
 #include <cstdio>
@@ -200,15 +200,42 @@ void PutAssignedValue(FILE *pf, const CMDOPTION &cmdo) {
 }
 } // namespace
 
+const char *TopicNames::NameNext(const CMDOPTION &cmdo) {
+  switch (KindOf(cmdo)) {
+    case Kind::Positional:
+      Format(szName_, "arg%lu", ++ulPositional_);
+      break;
+    case Kind::Switch:
+      ulArgument_ = 0;
+      Format(szName_, "-%c", cmdo.chSwitchId);
+      break;
+    case Kind::SwitchArgument:
+      Format(szName_, "%c%lu", cmdo.chSwitchId, ++ulArgument_);
+      break;
+    case Kind::None:
+      *szName_ = '\0';
+  }
+  return szName_;
+}
+
+void PutProgramName(FILE *pf, const char *pszProgram) {
+  char szName[FIL_MAX_PATH];
+  FilGetNameOfFileName(szName, pszProgram);
+  std::fputs(szName, pf);
+}
+
+void PutUsage(FILE *pf, ConstTable acmdo, const char *pszProgram) {
+  PutProgramName(pf, pszProgram);
+  std::fputs(" ", pf);
+  PutUsageLine(pf, acmdo);
+}
+
 void CmdDisplaySyntax(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount, const char *pszProgram) {
   if (!pf || (!pcmdo && ulCount > 0)) return;
   const ConstTable acmdo(pcmdo, ulCount);
-  char szName[FIL_MAX_PATH];
-  FilGetNameOfFileName(szName, pszProgram);
-  std::fprintf(pf, "%s ", szName);
-  PutUsageLine(pf, acmdo);
+  PutUsage(pf, acmdo, pszProgram);
   PutEntryLines(pf, acmdo);
-  std::fputs("\nType \"-h\" for syntax, \"-h full\" for full help, or \"-h argid\" for topical help.\n", pf);
+  std::fprintf(pf, "\n%s", szHowToGetHelp);
 }
 
 ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPageLines) {

@@ -342,6 +342,20 @@ constexpr CONVERTER aConverter[] = {
 };
 static_assert(AreRowsOf(aConverter, 0, FT_INTERVAL));
 
+bool HasOneConversion(ULONG ulType, const char *pszFormat, bool fOnlyScanned) {
+  const RULE *prule = ulType < std::size(aConverter) ? aConverter[ulType].prule : nullptr;
+  if (!prule) return true;
+  ULONG ulConversions = 0;
+  bool fAllowed = true;
+  ForPieces(
+      pszFormat, [](std::string_view) {},
+      [&](const CONVERSION &conversion) {
+        ulConversions++;
+        fAllowed = fAllowed && prule->Allows(conversion) && (!fOnlyScanned || conversion.IsScanned());
+      });
+  return fAllowed && ulConversions == 1;
+}
+
 // --- Verbosity words ---
 
 constexpr char szArea[] = "Area";
@@ -394,19 +408,9 @@ ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText) {
   return ulType < std::size(aConverter) ? aConverter[ulType].pfnSet(field, pbData, pszText) : 0;
 }
 
-bool IsFormatFor(ULONG ulType, const char *pszFormat) {
-  const RULE *prule = ulType < std::size(aConverter) ? aConverter[ulType].prule : nullptr;
-  if (!prule) return true;
-  ULONG ulConversions = 0;
-  bool fAllowed = true;
-  ForPieces(
-      pszFormat, [](std::string_view) {},
-      [&](const CONVERSION &conversion) {
-        ulConversions++;
-        fAllowed = fAllowed && prule->Allows(conversion);
-      });
-  return fAllowed && ulConversions == 1;
-}
+bool IsFormatFor(ULONG ulType, const char *pszFormat) { return HasOneConversion(ulType, pszFormat, false); }
+
+bool IsScanFor(ULONG ulType, const char *pszFormat) { return HasOneConversion(ulType, pszFormat, true); }
 
 bool IsTrue(const char *psz) { return CompareNoCase(psz, "TRUE", 4) == 0 || EqualNoCase(psz, "YES"); }
 

@@ -18,6 +18,9 @@ ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText);
 // takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
 bool IsFormatFor(ULONG ulType, const char *pszFormat);
 
+// The same for a format that is only scanned, which has no precision and no flags.
+bool IsScanFor(ULONG ulType, const char *pszFormat);
+
 // What the texts of some types are made of, for those who judge them: whether a text means true; the seconds that a
 // unit of an interval has, 0 for a letter of none; whether all words of a verbosity are known, and all its areas there.
 bool IsTrue(const char *psz);

@@ -23,8 +23,11 @@ struct CONVERSION {
 
   bool IsLeft() const { return svFlags.find('-') != svFlags.npos; }
 
+  // Whether it may be scanned as well.
+  bool IsScanned() const { return !fPrecision && svFlags.empty(); }
+
   // Takes a conversion whose '%' has been taken, and moves psz behind it.
-  void Take(const char *&psz) {
+  [[gnu::noinline]] void Take(const char *&psz) {
     TakePosition(psz);
     svFlags = TakeRun(psz, "-+ #0'");
     ulWidth = ReadDigits(psz, ulMost);

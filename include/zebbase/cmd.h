@@ -7,6 +7,7 @@
    The order of the table counts: first the mandatory prefix (all entries up to the first without fMandatory), matched
    in order; then the optional positional arguments; then the optional switches, each with its arguments behind it.
    Entries of one exclusive group stand side by side. A mandatory switch of the prefix cannot have arguments.
+   CmdCheckTable tells whether a table keeps these rules.
 
    Table and argument vector are the caller's. Values of type STRING point into the argument vector or into the entry's
    own szDefaultValue, so both must outlive them. Texts and numbers do not depend on the locale. */
@@ -112,6 +113,55 @@ ZEB_API ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPage
 /* Prints every field of every entry, waits for a character on standard input after each (for two, when the first is 0),
    and ENDS THE PROCESS with exit status 0. An unknown type is named UNKNOWN. */
 ZEB_API void CmdDisplayOptionStruct(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount) __attribute__((noreturn));
+
+/* Additions of version 1.1. */
+
+/* What is wrong with a table, for the programmer. */
+typedef struct CMDERROR {
+  ULONG ulCode;     /* CMD_ERROR_*; 0 when nothing is wrong */
+  ULONG ulEntry;    /* number of the entry, counted from 1; 0 where it is about none */
+  char szText[128]; /* one line without a line feed: entry 5 (o1): its default does not convert */
+} CMDERROR;
+
+#define CMD_ERROR_ARGUMENT 1   /* a null table that is said to have entries */
+#define CMD_ERROR_TYPE 2       /* an unknown type */
+#define CMD_ERROR_TEXT 3       /* szConversion, szArgumentName or szDefaultValue has no end */
+#define CMD_ERROR_CONVERSION 4 /* szConversion is not one conversion of the value */
+#define CMD_ERROR_DEFAULT 5    /* a default that does not convert; of a switch, one that is not zero */
+#define CMD_ERROR_SWITCH 6     /* a switch without a character, or with that of another one */
+#define CMD_ERROR_ORDER 7      /* an entry that cannot stand where it stands */
+#define CMD_ERROR_GROUP 8      /* an exclusive group whose entries do not stand side by side */
+#define CMD_ERROR_KEY 9        /* a help key below HLP, where the result codes are */
+
+/* Whether a table keeps the rules: for those that a program writes by hand, to be asked once, at its start. A table that
+   does is never CMD_BAD_TABLE.
+   perr         filled in every case; null is allowed, and tells nobody.
+   Result       0; or the code of the first thing that is wrong, with the entry by its number and its topic in perr.
+   Conversions  are checked where one is used: by the entries of scanned types, but of switches and of type BOOLEAN only
+                when they have a default. There must be one: d, i, o, u, x or X with the length h for 16 bits, and l or
+                none for 32; a, e, f or g, of either case, with no length for FLOAT and l for DOUBLE. A width and text
+                around it are fine, flags are not. A CHARACTER has %c, and white space before it if it skips that.
+   Switches     of type STRING are refused, since their default is a pointer: it is not zero.
+   Not seen     is what only a command line shows: a switch h, which as the first argument asks for help; an argument
+                behind one of type STRINGARRAY, which leaves it nothing.
+   Cost         in proportion to the square of ulCount. Nothing is allocated. */
+ZEB_API_1_1 ULONG CmdCheckTable(const CMDOPTION *pcmdo, ULONG ulCount, CMDERROR *perr);
+
+#define CMD_EXIT_FAILURE 1 /* no memory, or help that could not be written to standard output */
+#define CMD_EXIT_USAGE 2   /* a mistake on the command line */
+#define CMD_EXIT_TABLE 3   /* a table that CmdCheckTable refuses */
+
+/* Parses a command line, and does what nearly every program does with the result. It returns only with the values
+   assigned, be it from an empty command line; whoever asked for help gets it, whoever made a mistake is told, and then it
+   ENDS THE PROCESS (by exit), with one of the CMD_EXIT statuses or, after help, with 0.
+   argc, argv  as for CmdParseCmdLine; argv[0] names the program in what is printed. --help as the first argument is -h.
+   pcmdo       ulCount entries. The table is checked first: what is wrong with it is said on standard error.
+   pcmdhelp    the help texts, ended by the key 0; or null.
+   Help        goes to standard output, which is flushed: for -h the syntax; for -h full all texts, in pages if both
+               standard streams are a terminal; for -h and a topic the text with the help key of the entry, without a line
+               feed at its beginning. Where there is no such text, it is the syntax.
+   Mistakes    are said on standard error in one line, with the usage line and how to get help behind it. */
+ZEB_API_1_1 void CmdParseOrExit(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount, const CMDHELP *pcmdhelp);
 
 #ifdef __cplusplus
 }
