@@ -97,9 +97,9 @@ CheckCommandLine() {
   grep -q '^w1: the paths' out || Fail "-h w1: $(cat out)"
   for mistake in '-x' '-b -f' '-v -v' '-n x' '-s' 'a b' '-w a -w b'; do
     # shellcheck disable=SC2086 # several arguments
-    Hostlog 1 $mistake
+    Hostlog 2 $mistake
     head -n 1 err | grep -q '^hostlog: [A-Z]' || Fail "no message for $mistake: $(cat err)"
-    grep -q '^hostlog \[Arg1\] \[-v\] \[-b | -f\]' err || Fail "no syntax for $mistake: $(cat err)"
+    grep -q '^Usage: hostlog \[Arg1\] \[-v\] \[-b | -f\]' err || Fail "no syntax for $mistake: $(cat err)"
   done
 }
 

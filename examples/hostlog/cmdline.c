@@ -1,12 +1,6 @@
 /* cmdline.c: the table of the command line, its help texts, and what they come to. */
 #include "cmdline.h"
 
-#include <stdio.h>
-#include <string.h>
-#include <unistd.h>
-
-#define PAGE_LINES 24UL /* of the full help, on a terminal */
-
 /* The places of the entries in the table, whose order the parser relies on. HLP + place is the help key of an entry,
    HLP + ENTRIES that of the program, and an exclusive group goes by its first entry. */
 enum {
@@ -66,7 +60,8 @@ static const CMDHELP acmdhelp[] = {
     {HLP + ENTRIES,
      "hostlog looks at the machine it runs on: loads, memory, and the paths that it is told to watch.\n"
      "Readings beyond their limits become error lines on standard output and in hostlog.YYYYMMDD.log in\n"
-     "the current directory. Exit status 1 for whatever could not be done.\n"},
+     "the current directory. Exit status 1 for whatever could not be done,\n"
+     "2 for a command line that is wrong.\n"},
     {HLP + SETTINGS_FILE,
      "\nArg1: an INI file with the settings. Without it, hostlog.ini in the current directory, or else\n"
      "the one beside the program.\n"},
@@ -98,56 +93,20 @@ static const CMDHELP acmdhelp[] = {
     {0, NULL},
 };
 
-static void ShowTopic(ULONG ulKey) {
-  for (const CMDHELP *pcmdhelp = acmdhelp; pcmdhelp->ulKey != 0; pcmdhelp++)
-    if (pcmdhelp->ulKey == ulKey) fputs(pcmdhelp->pszText + strspn(pcmdhelp->pszText, "\n"), stdout);
-}
-
-static void ShowHelp(ULONG ulCode, const char *pszProgram) {
-  if (ulCode == CMD_SYNTAX)
-    CmdDisplaySyntax(stdout, acmdo, ENTRIES, pszProgram);
-  else if (ulCode == CMD_FULL_HELP)
-    CmdDisplayFullHelp(stdout, acmdhelp, isatty(STDIN_FILENO) && isatty(STDOUT_FILENO) ? PAGE_LINES : 0);
-  else
-    ShowTopic(ulCode);
-}
-
-static void ShowMistake(const char *pszMessage, const char *pszProgram) {
-  fprintf(stderr, "hostlog: %.*s\n", (int)strcspn(pszMessage, "\n"), pszMessage); /* some end with a line feed */
-  CmdDisplaySyntax(stderr, acmdo, ENTRIES, pszProgram);
-}
-
 static const char *TextIfGiven(BOOL fGiven, int iEntry) { return fGiven ? acmdo[iEntry].value.pszValue : NULL; }
 
-static void TakeValues(COMMAND *pcmd) {
+void CommandRead(COMMAND *pcmd, int argc, char **argv) {
+  CmdParseOrExit(argc, argv, acmdo, ENTRIES, acmdhelp);
   const char *pszSettings = acmdo[SETTINGS_FILE].value.pszValue;
   pcmd->pszSettings = TextIfGiven(pszSettings[0] != '\0', SETTINGS_FILE);
   pcmd->pszWriteTo = TextIfGiven(acmdo[WRITE].value.ulValue, WRITE_FILE);
   pcmd->pszAppendTo = TextIfGiven(acmdo[APPEND].value.ulValue, APPEND_FILE);
   pcmd->pszPrint = TextIfGiven(acmdo[PRINT].value.ulValue, PRINT_FILE);
+  pcmd->apszWatch = acmdo[WATCH_PATHS].value.apszValue;
   pcmd->fVerbose = acmdo[VERBOSE].value.ulValue;
   pcmd->report = acmdo[BRIEF].value.ulValue ? REPORT_BRIEF : acmdo[FULL].value.ulValue ? REPORT_FULL : REPORT_USUAL;
   pcmd->ulTimes = acmdo[TIMES_COUNT].value.ulValue;
   pcmd->ulPause = acmdo[PAUSE_SECONDS].value.ulValue;
-}
-
-BOOL CommandRead(COMMAND *pcmd, int argc, char **argv, int *piStatus) {
-  memset(pcmd, 0, sizeof *pcmd);
-  *piStatus = 1;
-  CMDRESULT *pcmdresult = CmdParseCmdLine(argc, argv, acmdo, ENTRIES);
-  if (!pcmdresult) return 0;
-  const ULONG ulCode = pcmdresult->ulCode;
-  const BOOL fMistake = pcmdresult->szMessage[0] != '\0' || ulCode == CMD_BAD_TABLE;
-  const BOOL fGoOn = !fMistake && (ulCode == CMD_PARSED || ulCode == CMD_NO_ARGUMENTS);
-  if (fMistake) ShowMistake(pcmdresult->szMessage, argv[0]);
-  MemFreeMem(pcmdresult);
-
-  pcmd->apszWatch = acmdo[WATCH_PATHS].value.apszValue; /* also after a mistake it may be there to be freed */
-  if (fGoOn) TakeValues(pcmd);
-  if (fGoOn || fMistake) return fGoOn;
-  ShowHelp(ulCode, argv[0]);
-  *piStatus = 0;
-  return 0;
 }
 
 void CommandFree(COMMAND *pcmd) {

@@ -16,10 +16,9 @@ typedef struct COMMAND {
   ULONG ulPause; /* seconds between them */
 } COMMAND;
 
-/* Reads the command line, and answers requests for help and mistakes.
-   Result 1: go on; 0: all is said, and *piStatus is the exit status. The command is to be freed either way; its texts
-   are those of argv. */
-BOOL CommandRead(COMMAND *pcmd, int argc, char **argv, int *piStatus);
+/* Reads the command line. Requests for help and mistakes are answered, and end the program. The command is to be freed;
+   its texts are those of argv. */
+void CommandRead(COMMAND *pcmd, int argc, char **argv);
 
 void CommandFree(COMMAND *pcmd);
 

@@ -1,7 +1,8 @@
 /* hostlog.c: a logger of the machine it runs on.
    hostlog -h shows the command line, hostlog -h full explains it. Readings beyond their limits become error lines on
-   standard output and in hostlog.YYYYMMDD.log in the current directory. Exit status 1 for a command line, settings or
-   files that cannot be used, for output that cannot be written, and for memory that is not given back. */
+   standard output and in hostlog.YYYYMMDD.log in the current directory. Exit status 1 for settings or files that
+   cannot be used, for output that cannot be written, and for memory that is not given back; 2 for a command line that
+   cannot be used. */
 #include <errno.h>
 #include <limits.h>
 #include <stdio.h>
@@ -98,13 +99,11 @@ static BOOL IsOutputWritten(void) {
 
 int main(int argc, char **argv) {
   COMMAND cmd;
-  int iStatus;
   BaseInit();
   ErrInitialize(ERR_TYPE_CONSOLE_LOG, "hostlog");
   MemSetLimits(250000000, 2000000, TRUE); /* large folders and long record files need more than the default limit */
-  const BOOL fRun = CommandRead(&cmd, argc, argv, &iStatus);
-  if (fRun) iStatus = (cmd.pszPrint ? RecordsPrint(cmd.pszPrint, cmd.report) : LogBySettings(&cmd)) ? 0 : 1;
+  CommandRead(&cmd, argc, argv);
+  const BOOL fGood = cmd.pszPrint ? RecordsPrint(cmd.pszPrint, cmd.report) : LogBySettings(&cmd);
   CommandFree(&cmd);
-  if (!IsMemoryClean(fRun && iStatus == 0) || !IsOutputWritten()) iStatus = 1;
-  return iStatus;
+  return IsMemoryClean(fGood) && IsOutputWritten() && fGood ? 0 : 1;
 }
