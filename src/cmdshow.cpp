@@ -36,10 +36,10 @@ void PutNothing(FILE *pf, const char *pszFormat, const CMDVALUE &) { std::fputs(
 
 struct OPTIONTYPE {
   ULONG ulCode;
-  const char *pszName;
-  const char *pszHelp;
+  char szName[12];
+  char szHelp[21];
   void (*pfnPut)(FILE *pf, const char *pszFormat, const CMDVALUE &value);
-  const char *pszFormat;
+  char szFormat[27];
 };
 constexpr OPTIONTYPE aType[] = {
     {CMD_TYPE_SHORT, "SHORT", "(integer)", PutMember<&CMDVALUE::sValue, int>, "%i\n"},
@@ -123,7 +123,7 @@ void PutArgumentLines(FILE *pf, ConstTable acmdo) { // of one switch
   for (const CMDOPTION &cmdo : acmdo) {
     char szLabel[24];
     Format(szLabel, "     %c%lu", cmdo.chSwitchId, ++ulNumber);
-    PutEntryLine(pf, szLabel, "-   ", cmdo, "switch argument ", TypeOf(cmdo).pszHelp);
+    PutEntryLine(pf, szLabel, "-   ", cmdo, "switch argument ", TypeOf(cmdo).szHelp);
   }
 }
 
@@ -133,7 +133,7 @@ void PutEntryLines(FILE *pf, ConstTable acmdo) {
     char szLabel[24];
     if (KindOf(phrase.cmdo) == Kind::Positional) {
       Format(szLabel, "    Arg%lu", phrase.ulPositional);
-      PutEntryLine(pf, szLabel, "- ", phrase.cmdo, "argument ", TypeOf(phrase.cmdo).pszHelp);
+      PutEntryLine(pf, szLabel, "- ", phrase.cmdo, "argument ", TypeOf(phrase.cmdo).szHelp);
     }
     if (!IsSwitch(phrase.cmdo)) return;
     Format(szLabel, "    -%c", phrase.cmdo.chSwitchId);
@@ -181,7 +181,7 @@ void PutFields(FILE *pf, const CMDOPTION &cmdo) {
   std::fprintf(pf, "  Case Flag         %s\n", cmdo.fCase ? "CASE" : "NOCASE");
   std::fprintf(pf, "  Exclusive Group   %lu\n", cmdo.ulExclusiveGroup);
   std::fprintf(pf, "  Help Key          HLP+%lu\n", cmdo.ulHelpKey - HLP);
-  std::fprintf(pf, "  Type Code         %s\n", TypeOf(cmdo).pszName);
+  std::fprintf(pf, "  Type Code         %s\n", TypeOf(cmdo).szName);
   std::fprintf(pf, "  Conversion String \"%.*s\"\n", cbConversion, cmdo.szConversion);
   std::fprintf(pf, "  Default Value     %.*s\n", cbDefault, cmdo.szDefaultValue);
 }
@@ -196,7 +196,7 @@ void PutAssignedValue(FILE *pf, const CMDOPTION &cmdo) {
   if (IsSwitch(cmdo) && IsPointer(cmdo) && cmdo.value.ulValue == 1) // given: this is no pointer
     std::fputs("1\n", pf);
   else
-    TypeOf(cmdo).pfnPut(pf, TypeOf(cmdo).pszFormat, cmdo.value);
+    TypeOf(cmdo).pfnPut(pf, TypeOf(cmdo).szFormat, cmdo.value);
 }
 } // namespace
 
