@@ -85,12 +85,6 @@ constexpr const char *apszErrMessage[] = {"Open failed on file: %s",
                                           "Internal error",
                                           "Bad format in file: %s"};
 
-// What follows the last '/'.
-const char *BaseName(const char *psz) {
-  const char *pszSlash = std::strrchr(psz, '/');
-  return pszSlash ? pszSlash + 1 : psz;
-}
-
 bool IsEntry(ULONG ulEntry) { return ulEntry >= ulFirstEntry && ulEntry < ulEntries && aerbBlock[ulEntry].fInUse; }
 
 const char *KindName(ULONG ulType) { // the pop-up also shows kinds that have no name

@@ -287,7 +287,7 @@ BOOL HandOut(FILSEARCH **phSearch, char *pszResult, std::string_view svClosing) 
     LstDelete(pli);
     if (PutPath(pszResult, name.get(), svClosing)) return 1;
   }
-  FreeSearch()(std::exchange(*phSearch, nullptr));
+  FilEndSearch(phSearch);
   return 0;
 }
 } // namespace
@@ -396,6 +396,10 @@ BOOL FilGetNextPath(FILSEARCH **phSearch, const char *pszDir, char *pszResult) {
   if (!phSearch || !pszResult) return 0;
   if (!*phSearch) *phSearch = StartDirectories(pszDir).release();
   return *phSearch && HandOut(phSearch, pszResult, "/");
+}
+
+void FilEndSearch(FILSEARCH **phSearch) {
+  if (phSearch) Search(std::exchange(*phSearch, nullptr));
 }
 
 BOOL FilDirMatch(char *pszPathName, const char *pszFrom, const char *pszTo, char *pszResult) {

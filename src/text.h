@@ -29,6 +29,12 @@ constexpr bool StartsWith(std::string_view sv, std::string_view svStart) {
   return sv.size() >= svStart.size() && UpTo(sv, svStart.size()) == svStart;
 }
 
+// What follows the last '/' of a path name.
+inline const char *BaseName(const char *psz) {
+  const char *pszSlash = std::strrchr(psz, '/');
+  return pszSlash ? pszSlash + 1 : psz;
+}
+
 // Mostly the case is the same.
 constexpr bool IsEqualNoCase(char ch1, char ch2) { return ch1 == ch2 || ToLower(ch1) == ToLower(ch2); }
 

@@ -124,8 +124,8 @@ typedef struct FILSEARCH {
 } FILSEARCH;
 
 /* The searches. The first call reads the whole directory, and each call hands out one name, in the order in which the
-   directory yields them; "this call has no name (left)" ends the search and frees all of it. There is no other end: a
-   caller that stops earlier leaves the record and its names allocated. One slot serves one search at a time.
+   directory yields them; "this call has no name (left)" ends the search and frees all of it. A caller that stops earlier
+   calls FilEndSearch; otherwise the record and its names stay allocated. One slot serves one search at a time.
    phSearch   the caller's slot: null before the first call, and null again after the last.
    pszResult  receives the name; unchanged when there is none.
    Result     1; 0 when there is no name (left). Also 0, with the slot null, when the search cannot start: the directory
@@ -144,6 +144,10 @@ ZEB_API BOOL FilGetNextPathName(FILSEARCH **phSearch, const char *pszPattern, ch
 /* Hands out the subdirectories, "." and ".." and links to directories included, as pszDir, name and '/'.
    pszDir      a directory that ends with '/'; one that does not is refused. Looked at in the first call only. */
 ZEB_API BOOL FilGetNextPath(FILSEARCH **phSearch, const char *pszDir, char *pszResult);
+
+/* Ends a search that has not come to its end, and frees what it holds. An addition of version 1.1.
+   phSearch   the caller's slot: null afterwards. A slot that is null, and no slot, are left as they are. */
+ZEB_API_1_1 void FilEndSearch(FILSEARCH **phSearch);
 
 /* Whether a name matches a wildcard mask: '?' is any one character, '*' any run of characters, and every other
    character itself, case included. The character right after a '*' is always itself, also when it is '?' or '*': "*?"

@@ -15,7 +15,11 @@
    header has them:
        Top guard corrupt. Allocated: FILE:LINE      ulGuard is wrong, or no live block is there
        Bottom guard corrupt. Allocated: FILE:LINE   so is the byte behind the data, where ulSize says it is
-       Size invalid. Allocated: FILE:LINE           ulSize is below 25 or more than the block has */
+       Size invalid. Allocated: FILE:LINE           ulSize is below 25 or more than the block has
+
+   A program that is built with AddressSanitizer (-fsanitize=address) is stopped already where it touches a header, a
+   guard or a freed block, with the sanitizer's report. A leak is reported there as well, as far as the program holds no
+   pointer to the block. Nothing has to be built anew but the program. */
 #ifndef ZEBBASE_MEM_H
 #define ZEBBASE_MEM_H
 
@@ -62,6 +66,10 @@ ZEB_API ULONG MemQueryBlockSize(void *pv);
 
 /* Stores the bytes (overhead included) and the number of all live blocks; either pointer may be null. Result 0. */
 ZEB_API ULONG MemQueryStatus(ULONG *pulAmount, ULONG *pulBlocks);
+
+/* Stores the most bytes (overhead included) and the most blocks that have ever been held, which need not have been at the
+   same time; either pointer may be null. Result 0. An addition of version 1.1. */
+ZEB_API_1_1 ULONG MemQueryPeak(ULONG *pulAmount, ULONG *pulBlocks);
 
 /* Sets the limits, in bytes (overhead included) and in blocks, and whether exceeding one ends the process. They are
    tested when a block is allocated. 0xFFFFFFFF is no limit. Result 0. */
