@@ -50,6 +50,7 @@ TEST_F(IniConvert, GivesAndTakesTexts) {
       {from, FT_BOOL16, 1, nullptr, Bytes<USHORT>(1), "Yes"},
       {from, FT_BOOL16, 1, nullptr, Bytes<USHORT>(0), "YESS"},
       {both, FT_BYTE, 1, "<%hd", "\x80", "<128"},
+      {both, FT_BYTE, 1, "%3hhu", "\x80", "128"},
       {both, FT_USHORT, 1, "%hx", Bytes<USHORT>(0xBEEF), "beef"},
       {both, FT_DOUBLE, 1, "=%lf", Bytes(0.5), "=0.500000"},
       {to, FT_STRING, 4, nullptr, "ab\0c"s, "ab"},

@@ -320,6 +320,14 @@ TEST_F(Fil, FindsInLargeDirectoriesWhatFits) {
   EXPECT_EQ(FindAll(true, "f*"), Names{strHere_ + strFits});
   EXPECT_EQ(FindAll(false, strHere_.c_str()).size(), 3u);
   EXPECT_EQ(FindAll(true, "n*").size(), 12000u);
+
+  FILSEARCH *psearch = nullptr; // that nobody takes to its end
+  Path path;
+  EXPECT_EQ(FilGetNextPathName(&psearch, "n*", path.sz, 0), 1u);
+  FilEndSearch(&psearch);
+  EXPECT_EQ(psearch, nullptr);
+  FilEndSearch(&psearch);
+  FilEndSearch(nullptr);
 }
 
 TEST_F(Fil, MapsIntoAnotherTree) {

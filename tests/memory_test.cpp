@@ -229,6 +229,16 @@ TEST_F(MemoryTest, ClearsWhatItFreesAndRefusesToFreeItAgain) {
   MemFreeMem_(pchLive);
 }
 
+#ifdef __SANITIZE_ADDRESS__
+TEST_F(MemoryTest, LetsTheSanitizerStopWhatLeavesABlock) {
+  volatile char *pch = static_cast<char *>(MemAllocMem_(10, 1, "a"));
+  for (int i : {-24, -1, 10}) EXPECT_DEATH(pch[i] = 1, "use-after-poison") << i;
+
+  MemFreeMem_(const_cast<char *>(pch));
+  EXPECT_DEATH(pch[0] = 1, "heap-use-after-free");
+}
+#endif
+
 TEST_F(MemoryTest, WarnsOfALimitThatIsNotFatal) {
   Reports reports;
   EXPECT_EQ(MemSetLimits(150, 2, 0), 0u);
