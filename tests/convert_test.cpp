@@ -2,19 +2,13 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <fstream>
 
 #include "described.h"
-#include "input.h"
 #include "zebbase/tag.h"
 
 namespace {
 class IniConvert : public NoLeak {};
 
-template <typename T>
-std::string Bytes(T t) {
-  return std::string(reinterpret_cast<char *>(&t), sizeof t);
-}
 using namespace std::string_literals;
 
 std::string ToText(const FDSC &fdsc, std::string strBytes) {
@@ -42,28 +36,28 @@ TEST_F(IniConvert, GivesAndTakesTexts) {
     std::string strBytes;
     const char *pszText;
   } aCase[] = {
-      {both, FT_BOOL16, 1, nullptr, Bytes<USHORT>(1), "TRUE"},
-      {both, FT_BOOL32, 1, nullptr, Bytes(0UL), "FALSE"},
-      {to, FT_BOOL16, 1, nullptr, Bytes<USHORT>(2), "FALSE"},
-      {to, FT_BOOL32, 1, "<%5s>", Bytes(1UL), "< TRUE>"},
-      {from, FT_BOOL32, 1, nullptr, Bytes(1UL), "truely"},
-      {from, FT_BOOL16, 1, nullptr, Bytes<USHORT>(1), "Yes"},
-      {from, FT_BOOL16, 1, nullptr, Bytes<USHORT>(0), "YESS"},
+      {both, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(1), "TRUE"},
+      {both, FT_BOOL32, 1, nullptr, BytesOf(0UL), "FALSE"},
+      {to, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(2), "FALSE"},
+      {to, FT_BOOL32, 1, "<%5s>", BytesOf(1UL), "< TRUE>"},
+      {from, FT_BOOL32, 1, nullptr, BytesOf(1UL), "truely"},
+      {from, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(1), "Yes"},
+      {from, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(0), "YESS"},
       {both, FT_BYTE, 1, "<%hd", "\x80", "<128"},
       {both, FT_BYTE, 1, "%3hhu", "\x80", "128"},
-      {both, FT_USHORT, 1, "%hx", Bytes<USHORT>(0xBEEF), "beef"},
-      {both, FT_DOUBLE, 1, "=%lf", Bytes(0.5), "=0.500000"},
+      {both, FT_USHORT, 1, "%hx", BytesOf<USHORT>(0xBEEF), "beef"},
+      {both, FT_DOUBLE, 1, "=%lf", BytesOf(0.5), "=0.500000"},
       {to, FT_STRING, 4, nullptr, "ab\0c"s, "ab"},
       {to, FT_STRING, 4, "'%-6s'", "abcd", "'abcd  '"},
       {to, FT_STRING, 4, "%%%1$5.3s%%%2$s%", "abcd", "%  abc%abcd"},
       {to, FT_STRING, 4, "%.9s and no more", "ab\0c"s, "ab and no more"},
-      {to, FT_PSZ, 1, "<%s>", Bytes("text"), "<text>"},
-      {to, FT_PSZ, 1, nullptr, Bytes<const char *>(nullptr), ""},
-      {both, FT_ENUM16, 1, nullptr, Bytes<USHORT>(2), "Two"},
-      {both, FT_ENUM32, 1, nullptr, Bytes(0x10002UL), "Two"},
-      {to, FT_ENUM32, 1, "%.4s", Bytes(7UL), "Unkn"},
-      {from, FT_ENUM32, 1, nullptr, Bytes(0UL), "on"},
-      {both, FT_REALTIME, 1, nullptr, Bytes(86400.5), "1970-01-02_00:00:00.5000"},
+      {to, FT_PSZ, 1, "<%s>", BytesOf<const char *>("text"), "<text>"},
+      {to, FT_PSZ, 1, nullptr, BytesOf<const char *>(nullptr), ""},
+      {both, FT_ENUM16, 1, nullptr, BytesOf<USHORT>(2), "Two"},
+      {both, FT_ENUM32, 1, nullptr, BytesOf(0x10002UL), "Two"},
+      {to, FT_ENUM32, 1, "%.4s", BytesOf(7UL), "Unkn"},
+      {from, FT_ENUM32, 1, nullptr, BytesOf(0UL), "on"},
+      {both, FT_REALTIME, 1, nullptr, BytesOf(86400.5), "1970-01-02_00:00:00.5000"},
       {both, FT_FIXEDSTRING, 6, nullptr, "abc   ", "abc   "},
       {to, FT_FIXEDSTRING, 6, nullptr, "abc\0xx"s, "   abc"},
       {to, FT_FIXEDSTRING, 3, "<%-5s>", "abc", "<abc  >"},
@@ -73,9 +67,9 @@ TEST_F(IniConvert, GivesAndTakesTexts) {
       {from, FT_DOTTED, 7, nullptr, "1 23   ", "1.2345"},
       {from, FT_DOTTED, 8, nullptr, "ab  b   ", "abc..b.c"},
       {to, FT_DOTTED, 3, nullptr, "abc", "ab.c."},
-      {both, FT_VERBOSITY, 1, "%lu", Bytes(0xE801UL), "Error|Warning|Info|Area1|Area12"},
-      {to, FT_VERBOSITY, 1, nullptr, Bytes(0xFFFF4001UL), " Warning|Area1"},
-      {both, FT_INTERVAL, 1, "%lu", Bytes(90061UL), "1d1h1m1s"},
+      {both, FT_VERBOSITY, 1, "%lu", BytesOf(0xE801UL), "Error|Warning|Info|Area1|Area12"},
+      {to, FT_VERBOSITY, 1, nullptr, BytesOf(0xFFFF4001UL), " Warning|Area1"},
+      {both, FT_INTERVAL, 1, "%lu", BytesOf(90061UL), "1d1h1m1s"},
       {to, FT_INTERVAL + 1, 1, nullptr, "", "no text"},
       {to, FT_STRUCT, 1, nullptr, "", "no text"},
   };
@@ -138,8 +132,8 @@ void CompareWithRuntime(ULONG ulType) {
     const bool fScanned = std::sscanf(strText.c_str(), pszFormat, &s) == 1;
     const T tNew = fScanned ? static_cast<T>(s) : tOld;
 
-    EXPECT_EQ(ToText(fdsc, Bytes(tOld)), szText);
-    EXPECT_EQ(FromText(fdsc, Bytes(tOld), strText), (tNew != tOld ? "*" : "") + Bytes(tNew))
+    EXPECT_EQ(ToText(fdsc, BytesOf(tOld)), szText);
+    EXPECT_EQ(FromText(fdsc, BytesOf(tOld), strText), (tNew != tOld ? "*" : "") + BytesOf(tNew))
         << strText;
   }
 }
@@ -174,11 +168,12 @@ TEST_F(IniConvert, HasADecimalPointInEveryLocale) {
   ASSERT_TRUE(std::setlocale(LC_NUMERIC, "comma"));
   ASSERT_STREQ(std::localeconv()->decimal_point, ",");
 
-  EXPECT_EQ(ToText(Field("F", FT_DOUBLE), Bytes(1.5)), "1.500000");
-  EXPECT_EQ(ToText(Formatted(Field("F", FT_DOUBLE), "%.1lf"), Bytes(1.5)), "1.5");
-  EXPECT_EQ(FromText(Field("F", FT_DOUBLE), Bytes(0.0), "1.50000000000000000000000"),
-            "*" + Bytes(1.5));
-  EXPECT_EQ(FromText(Formatted(Field("F", FT_FLOAT), "%f"), Bytes(0.0F), "1.5"), "*" + Bytes(1.5F));
+  EXPECT_EQ(ToText(Field("F", FT_DOUBLE), BytesOf(1.5)), "1.500000");
+  EXPECT_EQ(ToText(Formatted(Field("F", FT_DOUBLE), "%.1lf"), BytesOf(1.5)), "1.5");
+  EXPECT_EQ(FromText(Field("F", FT_DOUBLE), BytesOf(0.0), "1.50000000000000000000000"),
+            "*" + BytesOf(1.5));
+  EXPECT_EQ(FromText(Formatted(Field("F", FT_FLOAT), "%f"), BytesOf(0.0F), "1.5"),
+            "*" + BytesOf(1.5F));
 
   std::setlocale(LC_NUMERIC, "C");
   unsetenv("LOCPATH");
@@ -212,7 +207,7 @@ TEST_F(IniConvert, TakesIntervalsBack) {
   for (ULONG ul = 0; ul <= 0xFFFF; ul++) {
     char szText[17];
     IntervalToString(ul * 65537, szText);
-    ASSERT_EQ(FromText(fdsc, Bytes(1UL), szText), "*" + Bytes(ul * 65537)) << szText;
+    ASSERT_EQ(FromText(fdsc, BytesOf(1UL), szText), "*" + BytesOf(ul * 65537)) << szText;
   }
   const struct {
     const char *psz;
@@ -222,6 +217,6 @@ TEST_F(IniConvert, TakesIntervalsBack) {
       {"1m1m", 120}, {"x5", 5},           {"d", 0},   {"49711d", ~0UL},
   };
   for (const auto &[psz, ulSeconds] : aCase)
-    EXPECT_EQ(FromText(fdsc, Bytes(77UL), psz), "*" + Bytes(ulSeconds)) << psz;
+    EXPECT_EQ(FromText(fdsc, BytesOf(77UL), psz), "*" + BytesOf(ulSeconds)) << psz;
 }
 } // namespace

@@ -1,13 +1,12 @@
 // describe_test.cpp: descriptions made from members, against the same written by hand. (describe.sh has the errors.)
 
 #include "described.h"
-#include "input.h"
 #include "recorded.h"
 
 extern "C" const FDSC *const pfdscRecordedInC;
 
 namespace {
-class Descriptions : public FileTest {};
+using Descriptions = IniTest;
 
 std::string Show(const FDSC &fdsc);
 std::string Show(const EDSC &edsc) {
@@ -23,9 +22,8 @@ std::string Show(const SDSC &sdsc) {
 }
 std::string ShowNested(const FDSC &fdsc) {
   if (!fdsc.pvDesc) return "";
-  if (fdsc.ulType == FT_ENUM16 || fdsc.ulType == FT_ENUM32)
-    return Show(*static_cast<EDSC *>(fdsc.pvDesc));
-  if (fdsc.ulType == FT_VALUELIST) return Show(ItemOf(fdsc));
+  if (IsEnumeration(fdsc)) return Show(*static_cast<EDSC *>(fdsc.pvDesc));
+  if (fdsc.ulType == FT_VALUELIST) return Show(TargetOf(fdsc));
   return fdsc.ulType == FT_STRUCTPTR && fdsc.flFlags ? "itself" : Show(StructureOf(fdsc));
 }
 std::string Show(const FDSC &fdsc) {
@@ -79,55 +77,20 @@ TEST_F(Descriptions, AreThoseThatAProgramWouldWrite) {
   EXPECT_EQ(sdscEverything.afdsc[23].pvDesc, &sdscEverything);
 }
 
-LIST *ListOf(const void *pv, ULONG ulCount, ULONG ulSize) { // of copies
-  LIST *plst = LstNewList(0);
-  for (auto *pb = static_cast<const BYTE *>(pv); ulCount > 0; ulCount--, pb += ulSize)
-    LstInsert(plst, std::memcpy(MemAllocMem_(ulSize, __LINE__, "test"), pb, ulSize), LST_END);
-  return plst;
-}
-
 TEST_F(Descriptions, OfCAndOfCppReadAndWriteTheSame) {
-  const double ad[] = {0.5, -1e300};
-  const char aszWord[][12] = {"first", "second"};
-  const ROUTE aroute[] = {{"one", 1}, {"two", 2}, {"three", 3}};
-  struct everything all = {{1, 0},
-                           1,
-                           {1, 2, 255},
-                           -3,
-                           65535,
-                           -70000,
-                           {-1, 2},
-                           0xABCDEF12,
-                           {3, 4294967295U},
-                           {0.5F, 1e9F, -2},
-                           -123456,
-                           "a [text] = of 20 ch.",
-                           {MemAllocString_("x", 1, "test"), MemAllocString_("", 1, "test")},
-                           65535,
-                           {COLOUR_RED, COLOUR_BLUE},
-                           1e9 + 0.5,
-                           {'f'},
-                           {'a', 'b', ' ', 'c', 'd', 'e', ' '},
-                           VERB_ERROR | VERB_AREA1,
-                           90061,
-                           {},
-                           nullptr,
-                           nullptr,
-                           nullptr,
-                           ListOf(ad, 2, sizeof ad[0]),
-                           ListOf(aszWord, 2, sizeof aszWord[0]),
-                           {aroute[0], aroute[1]},
-                           ListOf(aroute, 3, sizeof aroute[0]),
-                           static_cast<ROUTE *>(MemAllocMem_(sizeof(ROUTE), 1, "test"))};
-  *all.proute = aroute[2];
-  INIFILE *pini = IniOpen("all.ini", 2);
-  IniWrite(pini, &all, pfdscRecordedInC);
-  IniClose(pini);
-  struct everything allRead = {};
-  pini = IniOpen("all.ini", INI_MODE_READ);
-  ASSERT_TRUE(pini) << Contents("all.ini");
-  EXPECT_EQ(IniRead(pini, &allRead, &fdscEverything), 0u);
-  IniClose(pini);
-  EXPECT_EQ(TakeApart(*pfdscRecordedInC, &allRead), TakeApart(fdscEverything, &all));
+  for (int i = 0; i < 20; i++) {
+    const std::string str = "[ data.ini ]\n" + AnySection(sdscEverything, " Everything");
+    struct everything all = {};
+
+    EXPECT_EQ(IniRead(Open(str).get(), &all, &fdscEverything), 0u);
+
+    EXPECT_EQ(Written({{&all, *pfdscRecordedInC}}), str);
+    for (const std::string &strKey :
+         {"UShort = " + std::to_string(all.us), "Long = " + std::to_string(all.l),
+          "Psz 2 = \"" + std::string(all.apsz[1]) + "\"",
+          "Hops = " + std::to_string(all.aroute[1].usHops)})
+      EXPECT_NE(str.find("  " + strKey + "\n"), str.npos) << strKey << " in\n" << str;
+    TakeApart(fdscEverything, &all);
+  }
 }
 } // namespace

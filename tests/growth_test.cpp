@@ -5,11 +5,8 @@
 #include <sys/wait.h>
 
 #include <csignal>
-#include <fstream>
 
 #include "described.h"
-#include "input.h"
-#include "support.h"
 
 namespace {
 constexpr long lMostSteps = 200000;
@@ -39,15 +36,14 @@ long CountSteps(Run run) {
   return lSteps;
 }
 
-class Growth : public NoLeak {
+class Growth : public IniTest {
  protected:
   void SetUp() override {
-    NoLeak::SetUp();
+    IniTest::SetUp();
     LiftLimits();
     if (!FailMalloc::Works() || CountSteps([] {}) == 0) GTEST_SKIP() << "no steps to count here";
   }
 };
-} // namespace
 
 TEST_F(Growth, ABlockCostsTheSameAmongThousands) {
   const auto Pairs = [] {
@@ -63,23 +59,20 @@ TEST_F(Growth, ABlockCostsTheSameAmongThousands) {
 TEST_F(Growth, AStructureCostsTheSameInALongerList) {
   const SDSC sdsc = Describe({Field("Value", FT_ULONG)});
   const FDSC fdsc = Field("Item", FT_STRUCTLIST, 1, &sdsc);
-  const ScratchFolder folder;
   const auto StepsForEachOf = [&](ULONG ulItems) {
-    std::ofstream stream("list");
-    stream << "[ list ]\n";
+    std::string str = "[ list ]\n";
     for (ULONG ul = 1; ul <= ulItems; ul++)
-      stream << "[ Item " << ul << " ]\n  Value = " << ul << "\n";
-    stream.close();
-    INIFILE *pini = IniOpen("list", INI_MODE_READ);
+      str += "[ Item " + std::to_string(ul) + " ]\nValue = 1\n";
+    const Ini ini = Open(str);
     LIST *plst = nullptr;
 
-    const double dSteps = CountSteps([&] { IniRead(pini, &plst, &fdsc); });
-    IniRead(pini, &plst, &fdsc); // here, too: what is counted reads all
+    const double dSteps = CountSteps([&] { IniRead(ini.get(), &plst, &fdsc); });
+    IniRead(ini.get(), &plst, &fdsc); // here, too: what is counted reads all
 
     EXPECT_EQ(plst->ulCount, ulItems);
-    TakeApart(fdsc, &plst);
-    IniClose(pini);
+    IniFreeData(&plst, &fdsc);
     return dSteps / ulItems;
   };
   EXPECT_LE(StepsForEachOf(40), 1.25 * StepsForEachOf(10));
 }
+} // namespace

@@ -1,4 +1,5 @@
-// inisave_test.cpp: saving described data so that it reads back, or not at all; and checking descriptions.
+// inisave_test.cpp: saving described data so that it reads back, or not at all; and checking
+// descriptions.
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -7,12 +8,12 @@
 #include <cmath>
 #include <csignal>
 #include <limits>
-#include <map>
 
-#include "generated.h"
+#include "described.h"
 
 namespace {
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 std::string strSynced; // what was
 int iFailSync = 0;     // the call that fails, counted from 1
@@ -27,186 +28,181 @@ std::string FolderText() { // the names in the current folder, with the contents
   return str;
 }
 
-class IniSaving : public Generated {
+// What is wrong, or "".
+std::string TextOf(const INIERROR &error, ULONG ulResult) {
+  EXPECT_EQ(ulResult, error.ulCode);
+  EXPECT_EQ(error.ulCode == 0, *error.szText == '\0') << error.szText;
+  return error.szText;
+}
+std::string Saved(const FDSC &fdsc, const void *pv, const char *pszFile = "data.ini") {
+  INIERROR error = {99, 0, ""};
+  const ULONG ulResult = IniSave(pszFile, pv, &fdsc, &error);
+  return TextOf(error, ulResult);
+}
+std::string Checked(const FDSC &fdsc, ULONG ulSizeof) {
+  INIERROR error = {99, 0, ""};
+  const ULONG ulResult = IniCheckDescription(&fdsc, ulSizeof, &error);
+  return TextOf(error, ulResult);
+}
+
+class IniSaving : public IniTest {
  protected:
   void TearDown() override {
     iFailSync = 0;
-    Generated::TearDown();
-  }
-  static std::string Saved(const FDSC &fdsc, const void *pv,
-                           const char *pszFile = "saved.ini") { // what is wrong, or ""
-    INIERROR error;
-    error.ulCode = 99;
-    EXPECT_EQ(IniSave(pszFile, pv, &fdsc, &error), error.ulCode);
-    EXPECT_EQ(error.ulCode == 0, *error.szText == '\0') << error.szText;
-    return error.szText;
+    IniTest::TearDown();
   }
 
-  static std::string ReadApart(const FDSC &fdsc, ULONG ulBytes) {
-    std::vector<BYTE> ab(ulBytes + 1);
-    INIFILE *pini = IniOpen("saved.ini", INI_MODE_READ);
-    EXPECT_TRUE(pini) << Contents("saved.ini");
-    EXPECT_EQ(IniRead(pini, &ab[1], &fdsc), 0u);
-    IniClose(pini);
-    return TakeApart(fdsc, &ab[1]);
-  }
-
-  std::string SomeText(ULONG ulMost) {
-    std::string str(Random(ulMost + 1), ' ');
-    for (char &ch : str) ch = Random(8) ? 'x' : " .\"\n\r\t\xE4]=\\"[Random(10)];
-    return str;
-  }
-
-  // Changes some values to any others, which the field can hold or not.
-  void Change(const FDSC &fdsc, BYTE *pb) {
-    if (fdsc.flFlags) return;
-    for (ULONG ul = 0; ul < Elements(fdsc); ul++, pb += ElementSize(fdsc)) {
-      if (fdsc.ulType == FT_STRUCT) Change(StructureOf(fdsc), pb);
-      if (fdsc.ulType >= FT_STRUCT) ChangeReference(fdsc, pb);
-      if (fdsc.ulType < FT_STRUCT && Random(60) == 0) ChangeValue(fdsc, pb);
-    }
-  }
-  void Change(const SDSC &sdsc, BYTE *pb) {
-    for (ULONG ul = 0; ul < sdsc.ulFields; pb += Extent(sdsc.afdsc[ul++]))
-      Change(sdsc.afdsc[ul], pb);
+  // Changes some values to any others, which the field can hold or not, and drops some references.
+  void Change(const FDSC &fdscAll, BYTE *pbAll) {
+    ForElements(fdscAll, pbAll, [&](const FDSC &fdsc, BYTE *pb) {
+      if (fdsc.flFlags) return;
+      if (fdsc.ulType < FT_STRUCT) {
+        if (Random(60) == 0) ChangeValue(fdsc, pb);
+      } else if (Random(10) == 0) {
+        TakeReferenceApart(fdsc, pb);
+      } else if (PointerAt(pb)) {
+        ForTargets(fdsc, PointerAt(pb), [this](const FDSC &fdscTarget, BYTE *pbTarget) {
+          Change(fdscTarget, pbTarget);
+        });
+      }
+    });
   }
 
   // Gives a field another name, or another format. Names that may collide are no other faults.
   void Redescribe(FDSC &fdsc, bool fCollide) {
-    static const char *const apszNames[] = {"A", "a",   "A1", "A2",  "A3", "A11",  "AA",
-                                            "1", "A 1", "[A", "\"A", "",   nullptr};
-    static const char *const apszFormats[] = {"%s",  "%hX",  "%ld", "%lx", "%g",
-                                              "%lg", "%.3f", "%le", "%7s", "<%s>"};
+    static const char *const apszColliding[] = {"A", "a", "A1", "A2", "A3", "A11", "AA", "1"};
+    static const char *const apszWrong[] = {"A 1", "[A", "\"A", "", nullptr};
+    static const char *const apszFormat[] = {"%s",  "%hX",  "%ld", "%lx", "%g",
+                                             "%lg", "%.3f", "%le", "%7s", "<%s>"};
+    const bool fWrong = !fCollide && Random(3) == 0;
+    if (fdsc.ulType == FT_VALUELIST) Redescribe(*static_cast<FDSC *>(fdsc.pvDesc), fCollide);
     if (Random(fCollide ? 3 : 20) == 0)
-      fdsc.pszName = apszNames[Random(fCollide ? 8 : std::size(apszNames))];
-    if (Random(fCollide ? 100 : 20) == 0)
-      fdsc.pszFormat = apszFormats[Random(std::size(apszFormats))];
+      fdsc.pszName = fWrong ? OneOf(apszWrong) : OneOf(apszColliding);
+    if (Random(fCollide ? 100 : 20) == 0) fdsc.pszFormat = OneOf(apszFormat);
   }
 
  private:
-  void ChangeReference(const FDSC &fdsc, BYTE *pb) {
-    void *pv;
-    if (fdsc.ulType == FT_STRUCT || (std::memcpy(&pv, pb, sizeof pv), !pv)) return;
-    if (Random(10) == 0) return void((TakeReferenceApart(fdsc, pv), std::memset(pb, 0, sizeof pv)));
-    if (fdsc.ulType == FT_STRUCTPTR) return Change(StructureOf(fdsc), static_cast<BYTE *>(pv));
-    for (LISTITEM *pli = static_cast<LIST *>(pv)->pliFirst; pli; pli = pli->pliNext) {
-      const bool fText = fdsc.ulType == FT_VALUELIST && ItemOf(fdsc).ulType == FT_PSZ;
-      auto *pbItem =
-          fText ? reinterpret_cast<BYTE *>(&pli->pvData) : static_cast<BYTE *>(pli->pvData);
-      fdsc.ulType == FT_VALUELIST ? Change(ItemOf(fdsc), pbItem)
-                                  : Change(StructureOf(fdsc), pbItem);
-    }
-  }
   void ChangeValue(const FDSC &fdsc, BYTE *pb) {
     const ULONG cb = ElementSize(fdsc);
+    const std::string strChars = std::string(70, 'x') + " .\"\n\r\t\xE4]=\\";
+    const std::string str = SomeChars(strChars, fdsc.ulType == FT_PSZ ? 130 : cb);
     if (fdsc.ulType == FT_PSZ) {
-      char *psz;
-      std::memcpy(&psz, pb, sizeof psz);
-      if (psz) MemFreeString_(psz);
-      psz = MemAllocString_(SomeText(130).c_str(), 0, nullptr);
-      return void(std::memcpy(pb, &psz, sizeof psz));
+      TakeReferenceApart(fdsc, pb);
+      PutPointer(pb, MemAllocString_(str.c_str(), 0, nullptr));
+    } else if (IsText(fdsc)) {
+      std::memset(pb, fdsc.ulType == FT_STRING ? 0 : ' ', cb);
+      std::memcpy(pb, str.data(), str.size());
+    } else {
+      ChangeNumber(fdsc.ulType, pb, cb);
     }
+  }
+  void ChangeNumber(ULONG ulType, BYTE *pb, ULONG cb) {
     const double d = std::ldexp(1 + Random(10), static_cast<int>(Random(20)) - 10) / 10;
-    const float flt = static_cast<float>(d);
-    const std::string str = SomeText(cb);
-    const bool fNice = Random(2) && cb >= 4;
-    if (IsText(fdsc))
-      return void((std::memset(pb, fdsc.ulType == FT_STRING ? 0 : ' ', cb),
-                   std::memcpy(pb, str.data(), str.size())));
+    const auto flt = static_cast<float>(d);
     for (ULONG ul = 0; ul < cb; ul++)
       pb[ul] = static_cast<BYTE>(Random(3) ? Random(2) : Random(256));
-    if (fNice && fdsc.ulType == FT_FLOAT) std::memcpy(pb, &flt, cb);
-    if (fNice && fdsc.ulType == FT_DOUBLE) std::memcpy(pb, &d, cb);
+    if (Random(2) && ulType == FT_FLOAT) std::memcpy(pb, &flt, cb);
+    if (Random(2) && ulType == FT_DOUBLE) std::memcpy(pb, &d, cb);
   }
 };
 
-// Data of all kinds under names of all kinds: what is accepted reads back, all of it; and what a file held before is
-// accepted.
+// Data of all kinds under names of all kinds: IniWrite gives the file that they are from; and
+// IniSave accepts them. Of changed ones, what is accepted reads back, and else the file stays.
 TEST_F(IniSaving, KeepsWhatItAccepts) {
   LiftLimits();
   int acResult[2] = {};
   for (int i = 0; i < 1500; i++) {
-    sdscs_.clear(), elements_.clear();
-    const SDSC *psdsc = Structure(3);
-    const FDSC fdsc = Named(FT_STRUCT, 1, psdsc);
-    std::string str = "[ saved.ini ]\n";
-    PutStructure(str, *psdsc, std::string(" ") + fdsc.pszName);
-    fs::remove("saved.ini"); // a new file is faster
-    std::ofstream("saved.ini", std::ios::binary) << str;
-    std::vector<BYTE> ab(psdsc->ulSize + 1); // at odd addresses
-    INIFILE *pini = IniOpen("saved.ini", INI_MODE_READ);
-    EXPECT_EQ(IniRead(pini, &ab[1], &fdsc), 0u) << str;
-    IniClose(pini);
-    if (i % 3 == 1) Change(fdsc, &ab[1]);
-    if (i % 3 == 2) {
-      for (FDSC &fdscAny : elements_) Redescribe(fdscAny, i % 2);
-      for (SDSC &sdsc : sdscs_)
-        for (FDSC &fdscAny : std::span(sdsc.afdsc, sdsc.ulFields)) Redescribe(fdscAny, i % 2);
-    }
-    const std::string strWrong = Saved(fdsc, &ab[1]), strData = TakeApart(fdsc, &ab[1]);
-    SCOPED_TRACE(strWrong + "\n" + Contents("saved.ini"));
+    const FDSC fdsc = NewDescription(3);
+    const std::string strBefore =
+        "[ data.ini ]\n" + AnySection(StructureOf(fdsc), " "s + fdsc.pszName);
+    Data data(fdsc), dataRead(fdsc);
+    ASSERT_EQ(IniRead(Open(strBefore).get(), data.At(), &fdsc), 0u) << strBefore;
+    ASSERT_EQ(Written({{data.At(), fdsc}}), strBefore);
+    if (i % 3 == 1) Change(fdsc, data.At());
+    if (i % 3 == 2)
+      for (FDSC *pfdsc : Fields()) Redescribe(*pfdsc, i % 2);
+
+    const std::string strWrong = Saved(fdsc, data.At()), strFile = Contents("data.ini");
+
+    SCOPED_TRACE(strWrong + "\n" + strFile);
     acResult[strWrong.empty()]++;
-    ASSERT_TRUE(i % 3 != 0 || strWrong.empty());
     if (strWrong.empty()) {
-      ASSERT_EQ(ReadApart(fdsc, psdsc->ulSize), strData);
+      ASSERT_EQ(IniRead(OpenIni("data.ini").get(), dataRead.At(), &fdsc), 0u);
+      ASSERT_EQ(dataRead.Take(), data.Take());
     } else {
-      ASSERT_EQ(Contents("saved.ini"), str);
-      ASSERT_EQ(strWrong.find("saved.ini: [ " + std::string(fdsc.pszName)), 0u);
+      ASSERT_NE(i % 3, 0);
+      ASSERT_EQ(strFile, strBefore);
+      ASSERT_EQ(strWrong.find("data.ini: [ "s + fdsc.pszName), 0u);
     }
   }
   EXPECT_TRUE(acResult[0] > 200 && acResult[1] > 700) << acResult[0] << " and " << acResult[1];
 }
 
 TEST_F(IniSaving, WritesFractionsAndZerosSoThatTheyReadBack) {
-  using Limits = std::numeric_limits<double>;
-  double ad[] = {0.1,        1e300, -0.0, 1.0 / 3, 4.9406564584124654e-324, Limits::infinity(),
-                 123456.789, 100};
-  float aflt[] = {0.1F, 16777216.0F, 3.4028235e38F, 1e-45F,
-                  std::numeric_limits<float>::quiet_NaN()};
-  ULONG aulZero[] = {0, 0};
-  EXPECT_EQ(Saved(Field("D", FT_DOUBLE, std::size(ad)), ad), "");
-  EXPECT_EQ(Contents("saved.ini"),
-            "[ saved.ini ]\n  D 1 = 0.1\n  D 2 = 1e+300\n  D 3 = -0\n  D 4 = 0.3333333333333333\n"
-            "  D 5 = 4.94065645841247e-324\n  D 6 = inf\n  D 7 = 123456.789\n  D 8 = 100\n");
-  EXPECT_EQ(Saved(Field("F", FT_FLOAT, std::size(aflt)), aflt), "");
-  EXPECT_EQ(Contents("saved.ini"),
-            "[ saved.ini ]\n  F 1 = 0.1\n  F 2 = 16777216\n  F 3 = 3.4028235e+38\n  F 4 = "
-            "1.4013e-45\n  F 5 = nan\n");
-  EXPECT_EQ(Saved(Field("I", FT_INTERVAL, 2), aulZero), "");
-  EXPECT_EQ(Contents("saved.ini"), "[ saved.ini ]\n  I 1 = 0s\n  I 2 = 0s\n");
-  EXPECT_EQ(Saved(Field("V", FT_VERBOSITY, 1), aulZero), "");
-  EXPECT_EQ(Contents("saved.ini"), "[ saved.ini ]\n  V = Area0\n");
+  const struct {
+    ULONG ulType;
+    std::string strData;
+    const char *pszText;
+  } aCase[] = {
+      {FT_DOUBLE, BytesOf(0.1), "0.1"},
+      {FT_DOUBLE, BytesOf(1e300), "1e+300"},
+      {FT_DOUBLE, BytesOf(-0.0), "-0"},
+      {FT_DOUBLE, BytesOf(1.0 / 3), "0.3333333333333333"},
+      {FT_DOUBLE, BytesOf(4.9406564584124654e-324), "4.94065645841247e-324"},
+      {FT_DOUBLE, BytesOf(HUGE_VAL), "inf"},
+      {FT_DOUBLE, BytesOf(123456.789), "123456.789"},
+      {FT_DOUBLE, BytesOf(100.0), "100"},
+      {FT_FLOAT, BytesOf(0.1F), "0.1"},
+      {FT_FLOAT, BytesOf(16777216.0F), "16777216"},
+      {FT_FLOAT, BytesOf(3.4028235e38F), "3.4028235e+38"},
+      {FT_FLOAT, BytesOf(1e-45F), "1.4013e-45"},
+      {FT_FLOAT, BytesOf(std::numeric_limits<float>::quiet_NaN()), "nan"},
+      {FT_INTERVAL, BytesOf(0UL), "0s"},
+      {FT_VERBOSITY, BytesOf(0UL), "Area0"},
+  };
+  for (const auto &[ulType, strData, pszText] : aCase) {
+    EXPECT_EQ(Saved(Field("K", ulType), strData.data()), "");
+    EXPECT_EQ(Contents("data.ini"), "[ data.ini ]\n  K = "s + pszText + "\n");
+  }
 }
 
 TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
   const EDSC edsc = {2, {"One", " Two"}, {1, 2}};
-  const SDSC sdscDotted = {1, 0, 4, 0, {Field("", FT_FIXEDSTRING, 4)}},
-             sdscText = Describe({Field("T", FT_PSZ)});
+  const SDSC sdscDotted = Describe({Field("", FT_FIXEDSTRING, 4)});
   const FDSC fdscText = Field("L", FT_PSZ), fdscArray = Field("L", FT_ULONG, 2);
-  const FDSC fdscFormat = {0, "K", 0, FT_ULONG, 1, "%#lx", nullptr};
-  const double dTime = 1.00001;
+  const SDSC sdscText = Describe({Field("T", FT_PSZ)});
+  const SDSC sdscSections =
+      Describe({Field("S", FT_STRUCTPTR, 1, &sdscText), Field("V", FT_VALUELIST, 1, &fdscText)});
+  const SDSC sdscSelf = Describe({Field("Next", FT_STRUCTPTR, 1, &sdscSelf)});
   LIST *plst = LstNewList(0);
   LstInsert(plst, nullptr, LST_END);
+  char szEmpty[] = "", *pszEmpty = szEmpty;
+  void *apvSections[] = {&pszEmpty, plst}, *pvSelf = &pvSelf, *apvNext[40] = {};
+  for (void **ppv = apvNext; ppv + 1 < std::end(apvNext); ppv++) *ppv = ppv + 1;
+  std::string strNexts;
+  for (int i = 0; i < 31; i++) strNexts += " Next";
+  const std::string strOther = "K: its text would not read back the same";
   const struct {
     FDSC fdsc;
-    std::string strData; // of the field, or the text that it refers to
-    const char *pszExpected;
+    std::string strData, strExpected;
   } aCase[] = {
-      {Field("K", FT_BOOL32), {"\2\2\2\2", 4}, "K: its text would not read back the same"},
-      {Field("K", FT_ENUM32, 1, &edsc), {"\0\0\0\0", 4}, "K: the value has no name"},
-      {Field("K", FT_VERBOSITY), {"\1\0\0\1", 4}, "K: its text would not read back the same"},
-      {Field("K", FT_REALTIME),
-       {reinterpret_cast<const char *>(&dTime), 8},
-       "K: its text would not read back the same"},
-      {Field("K", FT_FIXEDSTRING, 4), {"ab\0\0", 4}, "K: its text would not read back the same"},
-      {Field("K", FT_DOTTED, 4, &sdscDotted), "a.b ", "K: its text would not read back the same"},
-      {Field("K", FT_STRING, 4), "abcd", "K: its text would not read back the same"},
-      {Field("K", FT_STRING, 4), {"a\"\0\0", 4}, "K: it has a double quote"},
-      {Field("K", FT_STRING, 4), {"a\n\0\0", 4}, "K: it has a line end"},
-      {Field("K", FT_PSZ), {"\0\0\0\0", 4}, "K: a null text reads back as an empty one"},
-      {fdscFormat, "abcd", "K: its text would not read back the same"},
+      {Field("K", FT_BOOL32), "\2\2\2\2", strOther},
+      {Field("K", FT_VERBOSITY), "\1\0\0\1"s, strOther},
+      {Field("K", FT_REALTIME), BytesOf(1.00001), strOther},
+      {Field("K", FT_FIXEDSTRING, 4), "ab\0\0"s, strOther},
+      {Field("K", FT_DOTTED, 4, &sdscDotted), "a.b ", strOther},
+      {Field("K", FT_STRING, 4), "abcd", strOther},
+      {Formatted(Field("K", FT_ULONG), "%#lx"), "abcd", strOther},
+      {Field("K", FT_STRING, 4), "a\"\0\0"s, "K: it has a double quote"},
+      {Field("K", FT_STRING, 4), "a\n\0\0"s, "K: it has a line end"},
       {Field("K", FT_FIXEDSTRING, 128), std::string(128, 'x'),
        "K: it is longer than 127 characters"},
+      {Field("K", FT_PSZ), BytesOf(0), "K: a null text reads back as an empty one"},
+      {Field("K", FT_VALUELIST, 1, &fdscText), BytesOf(plst),
+       "L 1: a null text reads back as an empty one"},
+      {Field("K", FT_STRUCTLIST, 1, &sdscText), BytesOf(plst),
+       "K 1: an item of a list without data is not written"},
+      {Field("K", FT_ENUM32, 1, &edsc), BytesOf(0), "K: the value has no name"},
       {Field("K", FT_ULONG, 5101), std::string(20404, 'x'),
        "K 5101: a file has no more than 5100 sections and keys"},
       {Field("K K", FT_BYTE), "x",
@@ -215,54 +211,40 @@ TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
       {Field("K", 19), "x", "K: its type is reserved"},
       {Field("K", FT_STRUCTPTR, 2, &sdscText), std::string(8, '\0'),
        "K: it is an array of references"},
-      {Field("K", FT_VALUELIST, 1, &fdscArray), std::string(4, '\0'),
-       "K: its elements are no single values"},
-      {Field("K", FT_VALUELIST, 1, &fdscText),
-       {reinterpret_cast<char *>(&plst), 4},
-       "L 1: a null text reads back as an empty one"},
-      {Field("K", FT_STRUCTLIST, 1, &sdscText),
-       {reinterpret_cast<char *>(&plst), 4},
-       "K 1: an item of a list without data is not written"},
+      {Field("K", FT_VALUELIST, 1, &fdscArray), BytesOf(0), "K: its elements are no single values"},
+      {Field("K", sdscSections), BytesOf(apvSections),
+       "[ K ] L 1: it comes after a structure, and would stand in its section"},
+      {sdscSelf.afdsc[0], BytesOf(&pvSelf),
+       "[ Next ] Next: it leads back to data that it is a part of"},
+      {sdscSelf.afdsc[0], BytesOf(apvNext),
+       "[" + strNexts + " ] Next: its name is longer than 127 characters"},
   };
-  for (const auto &[fdsc, strData, pszExpected] : aCase)
-    EXPECT_EQ(Saved(fdsc, strData.data()), std::string("saved.ini: ") + pszExpected);
-
-  const SDSC sdscSections =
-      Describe({Field("S", FT_STRUCTPTR, 1, &sdscText), Field("V", FT_VALUELIST, 1, &fdscText)});
-  char szText[] = "", *psz = szText;
-  void *apv[] = {&psz, plst};
-  EXPECT_EQ(Saved(Field("Top", FT_STRUCT, 1, &sdscSections), apv),
-            "saved.ini: [ Top ] L 1: it comes after a structure, and would stand in its section");
-  SDSC sdscSelf = {1, 0, sizeof(void *), 0, {Field("Next", FT_STRUCTPTR, 1, &sdscSelf)}};
-  void *pvSelf = &pvSelf, *apvNext[40] = {};
-  EXPECT_EQ(Saved(sdscSelf.afdsc[0], &pvSelf),
-            "saved.ini: [ Next ] Next: it leads back to data that it is a part of");
-  for (void **ppv = apvNext; ppv + 1 < std::end(apvNext); ppv++) *ppv = ppv + 1;
-  EXPECT_NE(Saved(sdscSelf.afdsc[0], apvNext).find("Next: its name is longer than 127 characters"),
-            std::string::npos);
-  LstDeleteAll(plst), LstFreeList_(plst);
+  for (const auto &[fdsc, strData, strExpected] : aCase)
+    EXPECT_EQ(Saved(fdsc, strData.data()), "data.ini: " + strExpected);
+  LstDeleteAll(plst);
+  LstFreeList_(plst);
 }
 
 TEST_F(IniSaving, ReplacesAFileAsAWhole) {
   const FDSC fdsc = Field("K", FT_ULONG, 3000);
   std::vector<ULONG> aul(3000, 7);
+  const auto ModeOf = [](const char *pszFile) { return fs::status(pszFile).permissions(); };
   umask(022);
-  EXPECT_EQ(Saved(fdsc, aul.data()), "");
-  struct stat st;
-  EXPECT_TRUE(stat("saved.ini", &st) == 0 && (st.st_mode & 07777) == 0644);
   fs::create_directory("folder");
-  fs::rename("saved.ini", "folder/file.ini");
-  chmod("folder/file.ini", 0640);
-  const std::string strOld = Contents("folder/file.ini");
-  fs::create_symlink("folder/file.ini", "saved.ini");
+  std::ofstream("folder/file.ini") << "old";
+  fs::permissions("folder/file.ini", fs::perms{0640});
+  fs::create_symlink("folder/file.ini", "data.ini");
   fs::create_symlink("new.ini", "folder/link.ini");
   strSynced.clear();
-  aul[0] = 8;
-  EXPECT_EQ(Saved(fdsc, aul.data()) + Saved(fdsc, aul.data(), "folder/link.ini"), "");
-  EXPECT_TRUE(fs::is_symlink("saved.ini") && fs::is_symlink("folder/link.ini")) << "a link stays";
-  EXPECT_TRUE(stat("folder/file.ini", &st) == 0 && (st.st_mode & 07777) == 0640);
-  EXPECT_NE(Contents("folder/file.ini").find("K 1 = 8\n"), std::string::npos);
-  EXPECT_EQ(Contents("folder/new.ini").substr(0, 13), "[ link.ini ]\n");
+
+  EXPECT_EQ(Saved(fdsc, aul.data()), "");
+  EXPECT_EQ(Saved(fdsc, aul.data(), "folder/link.ini"), "");
+
+  EXPECT_TRUE(fs::is_symlink("data.ini") && fs::is_symlink("folder/link.ini")) << "a link stays";
+  EXPECT_EQ(ModeOf("folder/file.ini"), fs::perms{0640});
+  EXPECT_EQ(ModeOf("folder/new.ini"), fs::perms{0644});
+  EXPECT_EQ(Contents("folder/file.ini").substr(0, 23), "[ data.ini ]\n  K 1 = 7\n");
+  EXPECT_EQ(Contents("folder/new.ini").substr(0, 23), "[ link.ini ]\n  K 1 = 7\n");
   EXPECT_EQ(strSynced, "file folder file folder ")
       << "the file, before it has its name; then the name";
 }
@@ -270,7 +252,7 @@ TEST_F(IniSaving, ReplacesAFileAsAWhole) {
 TEST_F(IniSaving, LeavesAFileAloneWhenItFails) {
   const FDSC fdsc = Field("K", FT_ULONG, 3000);
   const std::vector<ULONG> aul(3000, 7);
-  std::ofstream("saved.ini") << "old";
+  std::ofstream("data.ini") << "old";
   fs::create_directory("folder.ini");
   fs::create_symlink("loop.ini", "loop.ini");
   mkfifo("fifo.ini", 0600);
@@ -278,132 +260,110 @@ TEST_F(IniSaving, LeavesAFileAloneWhenItFails) {
 
   for (const char *pszFile :
        {"folder.ini", "loop.ini", "fifo.ini", "no/such.ini", "a_b.ini", "a b.ini", "folder.ini/"})
-    EXPECT_EQ(Saved(fdsc, aul.data(), pszFile).find(std::string(pszFile) + ": "), 0u);
+    EXPECT_EQ(Saved(fdsc, aul.data(), pszFile).find(pszFile + ": "s), 0u);
   EXPECT_EQ(Saved(fdsc, aul.data(), std::string(256, 'x').c_str()), "the file's name is too long");
   EXPECT_EQ(Saved(fdsc, nullptr), "a null pointer");
-  EXPECT_EQ(IniSave("saved.ini", nullptr, &fdsc, nullptr), static_cast<ULONG>(INI_ERROR_ARGUMENT));
+  EXPECT_EQ(IniSave("data.ini", nullptr, &fdsc, nullptr), ULONG{INI_ERROR_ARGUMENT});
   if (FailMalloc::Works()) {
     const FailMalloc fail;
-    EXPECT_EQ(Saved(fdsc, aul.data()), "saved.ini: no memory");
+    EXPECT_EQ(Saved(fdsc, aul.data()), "data.ini: no memory");
   }
   iFailSync = 1;
-  EXPECT_EQ(Saved(fdsc, aul.data()), "saved.ini: Input/output error");
-  rlimit limitOld, limit = {1000, RLIM_INFINITY}; // a disk that is full, as near as it goes
+  EXPECT_EQ(Saved(fdsc, aul.data()), "data.ini: Input/output error");
+  rlimit limitOld; // a disk that is full, as near as it goes
   getrlimit(RLIMIT_FSIZE, &limitOld);
-  limit.rlim_max = limitOld.rlim_max;
+  const rlimit limit = {1000, limitOld.rlim_max};
   const auto pfnOld = std::signal(SIGXFSZ, SIG_IGN);
   setrlimit(RLIMIT_FSIZE, &limit);
   const std::string strWrong = Saved(fdsc, aul.data());
   setrlimit(RLIMIT_FSIZE, &limitOld);
   std::signal(SIGXFSZ, pfnOld);
-  EXPECT_EQ(strWrong, "saved.ini: File too large");
+
+  EXPECT_EQ(strWrong, "data.ini: File too large");
   EXPECT_EQ(FolderText(), strBefore);
 }
 
-std::string Checked(const FDSC &fdsc, ULONG ulSizeof) { // what is wrong, or ""
-  INIERROR error;
-  EXPECT_EQ(IniCheckDescription(&fdsc, ulSizeof, &error), error.ulCode);
-  EXPECT_EQ(error.ulCode == 0, *error.szText == '\0') << error.szText;
-  return error.szText;
-}
+// --- Descriptions ---
 
 // Random descriptions are fine until a field of them, at any depth, is spoilt.
 TEST_F(IniSaving, ChecksDescriptionsByField) {
-  SDSC sdscSelf = {
-      2,
-      0,
-      8,
-      0,
-      {Field("Next", FT_STRUCTPTR, 1, &sdscSelf), Field("List", FT_STRUCTLIST, 1, &sdscSelf)}};
+  const SDSC sdscSelf = Describe(
+      {Field("Next", FT_STRUCTPTR, 1, &sdscSelf), Field("List", FT_STRUCTLIST, 1, &sdscSelf)});
+  const char *const pszFormat = "its format gives texts that do not read back";
   const struct {
-    void (*pfnSpoil)(FDSC &fdsc);
+    FDSC fdsc;
     const char *pszExpected;
   } aCase[] = {
-      {[](FDSC &fdsc) { fdsc.ulType = 20; }, "its type is reserved"},
-      {[](FDSC &fdsc) { fdsc.ulCount = 0; }, "its ulCount is 0"},
-      {[](FDSC &fdsc) { fdsc = Field("a b", FT_BYTE); },
-       "the name has a blank or one of the characters ]-!@#$%&*<>_|\\:"},
-      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%d %d", nullptr}; },
-       "its format does not fit its type"},
-      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_DOUBLE, 1, "%.3lf", nullptr}; },
-       "its format gives texts that do not read back"},
-      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_LONG, 1, "%5ld", nullptr}; },
-       "its format gives texts that do not read back"},
-      {[](FDSC &fdsc) { fdsc = {0, "K", 0, FT_PSZ, 1, "%.9s", nullptr}; },
-       "its format gives texts that do not read back"},
-      {[](FDSC &fdsc) { fdsc = Field("K", FT_LONG, 1, &fdsc); }, "its type takes no pvDesc"},
-      {[](FDSC &fdsc) { fdsc = Field("K", FT_ENUM16); }, "its pvDesc is missing"},
-      {[](FDSC &fdsc) { fdsc = Field("K", FT_ULONG, 0x20000000); },
-       "it takes more than 2147483647 bytes"},
+      {Field("K", 20, 1, nullptr, FDSC_NOINI), "its type is reserved"},
+      {Field("K", FT_BYTE, 0), "its ulCount is 0"},
+      {Field("a b", FT_BYTE), "the name has a blank or one of the characters ]-!@#$%&*<>_|\\:"},
+      {Formatted(Field("K", FT_LONG), "%d %d"), "its format does not fit its type"},
+      {Formatted(Field("K", FT_DOUBLE), "%.3lf"), pszFormat},
+      {Formatted(Field("K", FT_LONG), "%5ld"), pszFormat},
+      {Formatted(Field("K", FT_PSZ), "%.9s"), pszFormat},
+      {Field("K", FT_LONG, 1, &sdscSelf), "its type takes no pvDesc"},
+      {Field("K", FT_ENUM16), "its pvDesc is missing"},
+      {Field("K", FT_ULONG, 0x20000000), "it takes more than 2147483647 bytes"},
   };
   EXPECT_EQ(Checked(sdscSelf.afdsc[0], 4), "") << "a structure may refer to itself";
   for (int i = 0; i < 500; i++) {
-    sdscs_.clear();
-    const SDSC *psdsc = Structure(3);
-    const FDSC fdsc = Named(FT_STRUCT, 1 + Random(3), psdsc);
+    FDSC fdsc = NewDescription(3);
+    fdsc.ulCount = 1 + Random(3);
     ASSERT_EQ(Checked(fdsc, Extent(fdsc)), "");
-    SDSC &sdsc = sdscs_[Random(sdscs_.size())];
-    if (sdsc.ulFields == 0) continue;
-    FDSC &fdscSpoilt = sdsc.afdsc[Random(sdsc.ulFields)];
-    const auto &[pfnSpoil, pszExpected] = aCase[Random(std::size(aCase))];
-    pfnSpoil(fdscSpoilt);
-    fdscSpoilt.flFlags = 0;
-    const std::string str = Checked(fdsc, Extent(fdsc)),
-                      strPlace = "." + std::string(fdscSpoilt.pszName) + ": ";
+    const auto &[fdscSpoilt, pszExpected] = OneOf(aCase);
+    if (Fields().empty()) continue;
+    *OneOf(Fields()) = fdscSpoilt;
+
+    const std::string str = Checked(fdsc, Extent(fdsc));
+
     ASSERT_EQ(str.substr(0, 4), fdsc.pszName);
-    ASSERT_NE((str + ";").find(strPlace + pszExpected + ";"), std::string::npos)
+    ASSERT_NE((str + ";").find("."s + fdscSpoilt.pszName + ": " + pszExpected + ";"), str.npos)
         << str << " for " << pszExpected;
   }
 }
 
 TEST_F(IniSaving, ChecksDescriptionsAsAWhole) {
-  const SDSC sdscOne = Describe({Field("L", FT_LONG)}),
-             sdscWrong = {1, 0, 5, 0, {Field("L", FT_LONG)}};
-  const SDSC sdscMany = {61, 0, 0, 0, {}},
-             sdscDotted = {1, 0, 3, 0, {Field("", FT_FIXEDSTRING, 3)}};
-  SDSC sdscEndless = {1, 0, 0, 0, {Field("In", FT_STRUCT, 1, &sdscEndless)}};
+  const SDSC sdscOne = Describe({Field("L", FT_LONG)}), sdscMany = {61, 0, 0, 0, {}};
+  const SDSC sdscEndless = {1, 0, 0, 0, {Field("In", sdscEndless)}};
+  const SDSC sdscWrong = {1, 0, 5, 0, {Field("L", FT_LONG)}};
+  const SDSC sdscDotted = Describe({Field("", FT_FIXEDSTRING, 3)});
   const FDSC fdscText = Field("L", FT_PSZ), fdscLists = Field("V", FT_VALUELIST, 1, &fdscText);
   const EDSC aedsc[] = {{17, {}, {}}, {2, {"One"}, {}}, {2, {"One", "ONE"}, {}}, {1, {" One"}, {}}};
-  const auto CheckedIn = [](std::initializer_list<FDSC> fields) {
-    const SDSC sdsc = Describe(fields);
-    return Checked(Field("S", FT_STRUCT, 1, &sdsc), sdsc.ulSize);
-  };
   const struct {
-    std::string str;
+    std::vector<FDSC> fields; // of S
     const char *pszExpected;
   } aCase[] = {
-      {Checked(Field("S", FT_STRUCT, 2, &sdscOne), 12),
-       "S: the data takes 12 bytes, its description 8"},
-      {Checked(Field("S", FT_STRUCTPTR, 1, &sdscWrong), 4),
-       "S: the ulSize of its structure is 5 bytes, its fields take 4"},
-      {Checked(Field("S", FT_STRUCT, 1, &sdscMany), 0), "S: its structure has more than 60 fields"},
-      {Checked(Field("S", FT_STRUCT, 1, &sdscEndless), 0),
-       "S.In: the structure lies within itself"},
-      {CheckedIn({Field("D", FT_DOTTED, 4, &sdscDotted)}),
-       "S.D: its ulCount is not the sum of its subfields"},
-      {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[0])}),
-       "S.E: its enumeration has no names or too many"},
-      {CheckedIn({Field("E", FT_ENUM16, 1, &aedsc[1])}), "S.E: its enumeration has a null name"},
-      {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[2])}), "S.E: its enumeration has a name twice"},
-      {CheckedIn({Field("E", FT_ENUM32, 1, &aedsc[3])}),
+      {{Field("P", FT_STRUCTPTR, 1, &sdscWrong)},
+       "S.P: the ulSize of its structure is 5 bytes, its fields take 4"},
+      {{Field("M", sdscMany)}, "S.M: its structure has more than 60 fields"},
+      {{Field("E", sdscEndless)}, "S.E.In: the structure lies within itself"},
+      {{Field("D", FT_DOTTED, 4, &sdscDotted)}, "S.D: its ulCount is not the sum of its subfields"},
+      {{Field("E", FT_ENUM16, 1, &aedsc[0])}, "S.E: its enumeration has no names or too many"},
+      {{Field("E", FT_ENUM16, 1, &aedsc[1])}, "S.E: its enumeration has a null name"},
+      {{Field("E", FT_ENUM32, 1, &aedsc[2])}, "S.E: its enumeration has a name twice"},
+      {{Field("E", FT_ENUM32, 1, &aedsc[3])},
        "S.E: its enumeration has a name that no file can have"},
-      {CheckedIn({Field("A", FT_BYTE), Field(nullptr, FT_BYTE)}), "S.#2: it has no name"},
-      {CheckedIn({Field(nullptr, FT_PSZ, 1, nullptr, FDSC_NOINI),
-                  Field(nullptr, FT_STRUCTPTR, 2, nullptr, FDSC_NOINI)}),
-       ""},
-      {CheckedIn({Field("F", FT_FIXEDSTRING, 128)}), "S.F: it is longer than 127 characters"},
-      {CheckedIn({Field("V", FT_STRUCT, 1, &sdscOne), Field("v", FT_BYTE), fdscLists}), ""},
-      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port2", FT_BYTE)}),
+      {{Field("F", FT_FIXEDSTRING, 128)}, "S.F: it is longer than 127 characters"},
+      {{Field("A", FT_BYTE), Field(nullptr, FT_BYTE)}, "S.#2: it has no name"},
+      {{Field(nullptr, FT_PSZ, 1, nullptr, FDSC_NOINI)}, ""},
+      {{Field(nullptr, FT_STRUCTPTR, 2, nullptr, FDSC_NOINI)}, ""},
+      {{Field("V", sdscOne), Field("v", FT_BYTE), fdscLists}, ""},
+      {{Field("Port", FT_BYTE, 3), Field("port2", FT_BYTE)},
        "S.port2: a file would have its name twice"},
-      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port4", FT_BYTE)}), ""},
-      {CheckedIn({Field("Port", FT_BYTE, 3), Field("port02", FT_BYTE)}), ""},
-      {CheckedIn({Field("P", FT_BYTE, 30), Field("P2", FT_BYTE, 2)}),
+      {{Field("Port", FT_BYTE, 3), Field("port4", FT_BYTE)}, ""},
+      {{Field("Port", FT_BYTE, 3), Field("port02", FT_BYTE)}, ""},
+      {{Field("P", FT_BYTE, 30), Field("P2", FT_BYTE, 2)},
        "S.P2: a file would have its name twice"},
-      {CheckedIn({Field("P", FT_BYTE, 20), Field("P2", FT_BYTE, 2)}), ""},
-      {CheckedIn({Field("L9", FT_BYTE), fdscLists}), "S.V: a file would have its name twice"},
+      {{Field("P", FT_BYTE, 20), Field("P2", FT_BYTE, 2)}, ""},
+      {{Field("L9", FT_BYTE), fdscLists}, "S.V: a file would have its name twice"},
   };
-  for (const auto &[str, pszExpected] : aCase) EXPECT_EQ(str, pszExpected);
-  EXPECT_EQ(IniCheckDescription(nullptr, 0, nullptr), static_cast<ULONG>(INI_ERROR_ARGUMENT));
+  for (const auto &[fields, pszExpected] : aCase) {
+    SDSC sdsc = {};
+    for (const FDSC &fdsc : fields) Add(sdsc, fdsc);
+    EXPECT_EQ(Checked(Field("S", sdsc), sdsc.ulSize), pszExpected);
+  }
+  EXPECT_EQ(Checked(Field("S", sdscOne, 2), 12), "S: the data takes 12 bytes, its description 8");
+  EXPECT_EQ(IniCheckDescription(nullptr, 0, nullptr), ULONG{INI_ERROR_ARGUMENT});
 }
 } // namespace
 

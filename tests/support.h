@@ -16,6 +16,11 @@
 #include "zebbase/err.h"
 #include "zebbase/mem.h"
 
+template <typename T>
+std::string BytesOf(const T &t) {
+  return {reinterpret_cast<const char *>(&t), sizeof t};
+}
+
 // Takes what is written to stdout or stderr, at the file descriptor, for one scope. What is left at
 // the end (a test's failure, perhaps) goes where it was meant to go.
 class Capture {

@@ -5,7 +5,6 @@
 #include <numeric>
 
 #include "described.h"
-#include "support.h"
 
 namespace {
 using Bytes = std::vector<BYTE>;

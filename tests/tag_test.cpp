@@ -25,8 +25,6 @@ Stream NewPipe(const std::string &str) { // its writer has gone
   return {fdopen(aiEnd[0], "rb"), std::fclose};
 }
 
-std::string BytesOf(const TAG &tag) { return {reinterpret_cast<const char *>(&tag), sizeof tag}; }
-
 const auto strLittle = "I\x1F\x02\x00\x03\x00\x00\x00\x44\x33\x22\x11\x88\x77\x66\x55"s;
 const auto strBig = "M\x1F\x00\x02\x00\x00\x00\x03\x11\x22\x33\x44\x55\x66\x77\x88"s;
 const auto &strNative = TAG_NATIVE == TAG_LITTLE_ENDIAN ? strLittle : strBig;
@@ -52,7 +50,7 @@ TEST(Tag, HeadersOfBothOrdersGiveTheSameNumbers) {
   for (const auto &str : {strLittle, strBig}) {
     TAG tag;
     ASSERT_EQ(TagReadTag(NewFile(str).get(), &tag), 0U);
-    EXPECT_EQ(BytesOf(tag), BytesOf({str[0], TAG_MAGIC, 2, 3, 0x11223344, 0x55667788}));
+    EXPECT_EQ(BytesOf(tag), BytesOf(TAG{str[0], TAG_MAGIC, 2, 3, 0x11223344, 0x55667788}));
 
     tag.bMagic = 0;
     EXPECT_EQ(TagWriteTag(NewFile().get(), &tag), 0U);
