@@ -541,7 +541,7 @@ TEST_F(Cmd, EndsAsUsersExpect) {
 
 TEST_F(Cmd, ShowsHelpInPagesOnATerminal) {
   const int fdTerminal = posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_EQ(unlockpt(fdTerminal), 0);
+  if (unlockpt(fdTerminal) != 0) GTEST_SKIP() << "this machine has no pseudo terminals";
   const int fdUser = open(ptsname(fdTerminal), O_RDWR | O_NOCTTY);
   const winsize ws = {.ws_row = 2, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
   EXPECT_EQ(ioctl(fdUser, TIOCSWINSZ, &ws), 0);
