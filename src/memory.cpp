@@ -111,10 +111,10 @@ void LinkLast(MEMBLOCK *pmb) {
   pmbLast = pmb;
 }
 
-// Whether a link forward must be false: no block is there, or one that follows another.
+// Whether a link forward must be false: no block is there, or one that follows another or none.
 bool IsNextFalse(const MEMBLOCK *pmb) {
   const MEMBLOCK *pmbNext = pmb->pmbNext;
-  return !registry.Has(pmbNext) || (pmbNext->pmbPrev != pmb && IsPrevTrue(pmbNext));
+  return pmbNext == pmbFirst || !registry.Has(pmbNext) || (pmbNext->pmbPrev != pmb && IsPrevTrue(pmbNext));
 }
 
 // Links anew, behind the last block, those to which links lead from here, and hides them.
@@ -151,8 +151,10 @@ MEMBLOCK *StartOfRun(MEMBLOCK *pmb) {
   registry.ForEach([](MEMBLOCK *pmb) { registry.Show(pmb); });
 }
 
-inline MEMBLOCK *NextOf(const MEMBLOCK *pmb) {
-  if (!IsNextTrue(pmb)) MendChain();
+// The one behind a block that has been reached from the oldest as that number. The links may pass blocks by, or end early;
+// those that have been passed by come behind the last one when the chain is mended.
+inline MEMBLOCK *NextOf(const MEMBLOCK *pmb, ULONG ulNumber) {
+  if (!IsNextTrue(pmb) || (pmb == pmbLast && ulNumber < held.ulBlocks)) MendChain();
   return pmb->pmbNext;
 }
 
@@ -386,7 +388,11 @@ ULONG MemQueryMemoryAllocated(void) { return held.ulAmount; }
 
 BOOL MemCheckMemory(void) {
   const MemoryLock lock;
-  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb)) Check(pmb, registry.SizeAt(pmb));
+  ULONG ulNumber = 0;
+  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb, ulNumber)) {
+    Check(pmb, registry.SizeAt(pmb));
+    ulNumber++;
+  }
   return 1;
 }
 
@@ -396,7 +402,7 @@ BOOL MemDumpMemory(FILE *pf) {
   ULONG ulNumber = 0;
   char achBuffer[8192];
   Output out(pf, achBuffer, sizeof achBuffer);
-  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb)) PutDumpLine(out, ++ulNumber, pmb);
+  for (const MEMBLOCK *pmb = pmbFirst; pmb; pmb = NextOf(pmb, ulNumber)) PutDumpLine(out, ++ulNumber, pmb);
   out.Flush();
   return 1;
 }
