@@ -98,7 +98,7 @@ TEST_F(IniFiles, AreOpenedInTheirFormatInEveryWay) {
     for (const char *pszHeader : {"[x", "\n [ x"}) {
       const std::string str = pszHeader + std::string(pszFile);
       EXPECT_EQ(EntriesOf(Open(str)), pszEntries) << str;
-      for (const ULONG ulMode : {INI_MODE_READ, INI_MODE_LENIENT})
+      for (const ULONG ulMode : {ULONG{INI_MODE_READ}, ULONG{INI_MODE_LENIENT}})
         EXPECT_EQ(EntriesOf(OpenChecked(str, ulMode)), pszEntries) << str << err_.szText;
     }
 }
@@ -174,7 +174,7 @@ TEST_F(IniFiles, AreRefusedForTheReasonOfTheSystem) {
     EXPECT_FALSE(IniOpenChecked(pszFile, ulMode, nullptr)) << pszFile;
     return Error();
   };
-  for (const ULONG ulMode : {INI_MODE_READ, INI_MODE_LENIENT}) {
+  for (const ULONG ulMode : {ULONG{INI_MODE_READ}, ULONG{INI_MODE_LENIENT}}) {
     EXPECT_EQ(ErrorOf("missing", ulMode), "1 missing: No such file or directory");
     EXPECT_EQ(ErrorOf(".", ulMode), "1 .: Is a directory");
     EXPECT_EQ(ErrorOf(strLong.c_str(), ulMode), "1 " + strShown + ": File name too long");

@@ -324,7 +324,8 @@ TEST_F(IniSaving, ChecksDescriptionsByField) {
 
 TEST_F(IniSaving, ChecksDescriptionsAsAWhole) {
   const SDSC sdscOne = Describe({Field("L", FT_LONG)}), sdscMany = {61, 0, 0, 0, {}};
-  const SDSC sdscEndless = {1, 0, 0, 0, {Field("In", sdscEndless)}};
+  SDSC sdscEndless = {1, 0, 0, 0, {}};
+  sdscEndless.afdsc[0] = Field("In", sdscEndless);
   const SDSC sdscWrong = {1, 0, 5, 0, {Field("L", FT_LONG)}};
   const SDSC sdscDotted = Describe({Field("", FT_FIXEDSTRING, 3)});
   const FDSC fdscText = Field("L", FT_PSZ), fdscLists = Field("V", FT_VALUELIST, 1, &fdscText);
