@@ -65,6 +65,7 @@ class IniPack : public IniTest {
     for (BYTE &b : ab) b = static_cast<BYTE>(Random(256));
     return ab;
   }
+  void UseAccepted(Bytes ab, ULONG fSwap);
   void Damage(Bytes &ab) {
     const ULONG ulAt = Random(ab.size() / 4) * 4, ulOther = Random(ab.size() / 4) * 4;
     const ULONG aul[] = {Random(64), At(ab, ulOther), At(ab, ulAt) + 4, At(ab, ulAt) - 28};
@@ -93,32 +94,24 @@ class IniPack : public IniTest {
 };
 
 TEST_F(IniPack, WritesTheRecordsAndTextsWhereTheyBelong) {
-  FDSC fdsc = Field("Port", FT_ULONG);
+  const EDSC edsc = {1, {"One", nullptr, "Two"}, {7, 8, 9}};
+  const SDSC sdsc = Describe({Field("A", FT_ENUM16, 2, &edsc)});
+  FDSC fdsc = Field("Recs", sdsc);
   fdsc.ulTag = 0x11223344;
-  const ULONG aul[] = {0x11223344, 28, 0, FT_ULONG, 1, 0, 0};
-  Bytes ab = Packed(fdsc);
-  ASSERT_EQ(ab.size(), 33U);
-  EXPECT_EQ(std::memcmp(ab.data(), aul, sizeof aul), 0);
-  EXPECT_EQ(std::memcmp(&ab[28], "Port", 5), 0);
-
-  EDSC edsc = {1, {"One", nullptr, "Two"}, {7, 8, 9}};
   const ULONG ulSdsc = 28 + 5 + 3, ulA = ulSdsc + 1696, ulEdsc = ulA + 4; // both are aligned
-  SDSC sdsc = Describe({Field("A", FT_ULONG)});
-  ab = Packed(Field("Recs", FT_STRUCT, 1, &sdsc));
-  ASSERT_EQ(ab.size(), ulA + 2 + 28);
-  EXPECT_EQ(At(ab, ulDesc), ulSdsc);
+  const ULONG aulFdsc[] = {0x11223344, 28, 0, FT_STRUCT, 1, 0, ulSdsc};
+  const ULONG aulEdsc[] = {1, ulEdsc + 132, 0, ulEdsc + 136, 0};
+
+  Bytes ab = Packed(fdsc), abUnpadded = Packed(Field("Rec", sdsc));
+
+  ASSERT_EQ(ab.size(), ulEdsc + 132 + 8 + 28);
+  EXPECT_EQ(std::memcmp(ab.data(), aulFdsc, sizeof aulFdsc), 0);
   EXPECT_EQ(std::memcmp(&ab[28], "Recs\0\xEE\xEE\xEE", 8), 0) << "padding is not written";
   EXPECT_EQ(At(ab, ulSdsc + ulFirst + ulName), ulA);
-  EXPECT_EQ(std::memcmp(&ab[ulA], "A\0\xEE", 3), 0);
-  ab = Packed(Field("Rec", FT_STRUCT, 1, &sdsc));
-  EXPECT_EQ(At(ab, ulDesc), 28 + 4u) << "without padding";
-
-  sdsc = Describe({Field("A", FT_ENUM16, 2, &edsc)});
-  ab = Packed(Field("Recs", FT_STRUCT, 1, &sdsc));
-  const ULONG aulEdsc[] = {1, ulEdsc + 132, 0, ulEdsc + 136, 0};
-  ASSERT_EQ(ab.size(), ulEdsc + 132 + 8 + 28);
+  EXPECT_EQ(std::memcmp(&ab[ulA], "A\0\xEE\xEE", 4), 0);
   EXPECT_EQ(std::memcmp(&ab[ulEdsc], aulEdsc, sizeof aulEdsc), 0);
   EXPECT_EQ(std::memcmp(&ab[ulEdsc + 132], "One\0Two\0\xEE", 9), 0);
+  EXPECT_EQ(At(abUnpadded, ulDesc), 28 + 4U);
 }
 
 TEST_F(IniPack, TakesRandomDescriptionsAndDataToBothByteOrdersAndBack) {
@@ -174,8 +167,8 @@ TEST_F(IniPack, StopsAtTheFirstErrorAndKeepsWhatWasDone) {
     SCOPED_TRACE(ulOfType);
     SDSC sdscIn = Describe({Field(nullptr, FT_USHORT), Field(nullptr, ulOfType, 1, nullptr, flBoth),
                             Field(nullptr, FT_USHORT)});
-    SDSC sdsc = Describe({Field(nullptr, FT_STRUCT, 2, &sdscIn), Field(nullptr, FT_USHORT)});
-    const FDSC fdsc = Field(nullptr, FT_STRUCT, 1, &sdsc);
+    SDSC sdsc = Describe({Field(nullptr, sdscIn, 2), Field(nullptr, FT_USHORT)});
+    const FDSC fdsc = Field(nullptr, sdsc);
     Bytes ab = Packed(fdsc);
     At(ab, 28 + 1696 + ulFirst + 28 + ulFlags) = flFlags;
     sdscIn.afdsc[1].flFlags = flFlags;
@@ -201,9 +194,8 @@ TEST_F(IniPack, RefusesEachKindOfDamage) {
   EDSC edsc = {1, {"One"}, {}};
   const SDSC sdscIn =
       Describe({Field("E", FT_ENUM16, 1, &edsc), Field("P", FT_PSZ, 1, nullptr, flBoth)});
-  const SDSC sdsc =
-      Describe({Field("A", FT_STRUCT, 2, &sdscIn), Field("B", FT_STRUCT, 1, &sdscIn)});
-  Bytes abGood = Packed(Field("Top", FT_STRUCT, 3, &sdsc));
+  const SDSC sdsc = Describe({Field("A", sdscIn, 2), Field("B", sdscIn)});
+  Bytes abGood = Packed(Field("Top", sdsc, 3));
   abGood.resize(abGood.size() - 6 * 28); // what it takes
   const ULONG ulTop = 32, ulA = ulTop + ulFirst, ulB = ulA + 28, ulIn = ulTop + 1696 + 4;
   const ULONG ulE = ulIn + ulFirst, ulP = ulE + 28, ulEdsc = ulIn + 1696 + 4;
@@ -279,17 +271,15 @@ TEST_F(IniPack, RefusesWhatIsBeyondTheLimits) {
 
   const SDSC sdscEmpty = {};
   for (const auto &[ulTimes, rc] : {std::pair{1723U, 0U}, {1724U, 10U}, {4000000000U, 10U}})
-    EXPECT_EQ(Check(Field(nullptr, FT_STRUCT, ulTimes, &sdscEmpty)), rc) << ulTimes;
+    EXPECT_EQ(Check(Field(nullptr, sdscEmpty, ulTimes)), rc) << ulTimes;
   SDSC sdscByte = Describe({Field(nullptr, FT_BYTE)}); // and empty structures in it
-  for (; sdscByte.ulFields < 10; Add(sdscByte, Field(nullptr, FT_STRUCT, 1, &sdscEmpty)))
-    EXPECT_EQ(Check(Field(nullptr, FT_STRUCT, 1000000, &sdscByte)),
-              sdscByte.ulFields <= 5 ? 0U : 10U);
+  for (; sdscByte.ulFields < 10; Add(sdscByte, Field(nullptr, sdscEmpty)))
+    EXPECT_EQ(Check(Field(nullptr, sdscByte, 1000000)), sdscByte.ulFields <= 5 ? 0U : 10U);
 
   std::deque<SDSC> chain(1);
-  while (chain.size() < 128)
-    chain.push_back(Describe({Field(nullptr, FT_STRUCT, 1, &chain.back())}));
-  EXPECT_EQ(Check(Field(nullptr, FT_STRUCT, 1, &chain[126])), 0U);
-  EXPECT_EQ(Check(Field(nullptr, FT_STRUCT, 1, &chain[127])), ULONG{ERROR_FDSC_LIMIT});
+  while (chain.size() < 128) chain.push_back(Describe({Field(nullptr, chain.back())}));
+  EXPECT_EQ(Check(Field(nullptr, chain[126])), 0U);
+  EXPECT_EQ(Check(Field(nullptr, chain[127])), ULONG{ERROR_FDSC_LIMIT});
 }
 
 // --- Damage ---
@@ -306,7 +296,7 @@ void ConvertValues(const FDSC &fdscAll, BYTE *pbAll) {
 }
 
 // Puts an accepted description to every use. Vectors have just their bytes: sanitizers see others.
-void UseAccepted(Bytes ab, ULONG fSwap) {
+void IniPack::UseAccepted(Bytes ab, ULONG fSwap) {
   Bytes abAgain = ab; // its padding stays
   const Bytes abBefore = ab;
   ASSERT_EQ(IniUnpackFdsc(ab.data(), fSwap), 0U);
@@ -319,7 +309,7 @@ void UseAccepted(Bytes ab, ULONG fSwap) {
   ASSERT_TRUE(rc == 0 ? ulBytes == ulExtent : rc == ERROR_FDSC_TYPE && ulBytes <= ulExtent) << rc;
   if (ulExtent > 100000) return;
 
-  Bytes abData(ulExtent, 0xA5);
+  Bytes abData = SomeBytes(ulExtent);
   const Bytes abFrom(ulBytes);
   abData.reserve(1); // an address, even of nothing
   BYTE *pb = abData.data();

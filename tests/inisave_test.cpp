@@ -168,7 +168,6 @@ TEST_F(IniSaving, WritesFractionsAndZerosSoThatTheyReadBack) {
 
 TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
   const EDSC edsc = {2, {"One", " Two"}, {1, 2}};
-  const SDSC sdscDotted = Describe({Field("", FT_FIXEDSTRING, 4)});
   const FDSC fdscText = Field("L", FT_PSZ), fdscArray = Field("L", FT_ULONG, 2);
   const SDSC sdscText = Describe({Field("T", FT_PSZ)});
   const SDSC sdscSections =
@@ -187,10 +186,7 @@ TEST_F(IniSaving, SaysWhatWouldNotReadBack) {
     std::string strData, strExpected;
   } aCase[] = {
       {Field("K", FT_BOOL32), "\2\2\2\2", strOther},
-      {Field("K", FT_VERBOSITY), "\1\0\0\1"s, strOther},
       {Field("K", FT_REALTIME), BytesOf(1.00001), strOther},
-      {Field("K", FT_FIXEDSTRING, 4), "ab\0\0"s, strOther},
-      {Field("K", FT_DOTTED, 4, &sdscDotted), "a.b ", strOther},
       {Field("K", FT_STRING, 4), "abcd", strOther},
       {Formatted(Field("K", FT_ULONG), "%#lx"), "abcd", strOther},
       {Field("K", FT_STRING, 4), "a\"\0\0"s, "K: it has a double quote"},
