@@ -20,7 +20,7 @@ void PutMember(FILE *pf, const char *pszFormat, const CMDVALUE &value) {
   std::fprintf(pf, pszFormat, static_cast<T>(value.*pMember));
 }
 
-void PutText(FILE *pf, const char *pszFormat, const CMDVALUE &value) {
+void PutString(FILE *pf, const char *pszFormat, const CMDVALUE &value) {
   std::fprintf(pf, pszFormat, value.pszValue ? value.pszValue : "");
 }
 
@@ -48,7 +48,7 @@ constexpr OPTIONTYPE aType[] = {
     {CMD_TYPE_LONG, "LONG", "(integer)", PutMember<&CMDVALUE::lValue, LONG>, "%li\n"},
     {CMD_TYPE_ULONG, "ULONG", "(integer)", PutMember<&CMDVALUE::ulValue, ULONG>, "%lu\n"},
     {CMD_TYPE_DOUBLE, "DOUBLE", "(floating point)", PutMember<&CMDVALUE::dValue, double>, "%lf\n"},
-    {CMD_TYPE_STRING, "STRING", "(string)", PutText, "%s\n"},
+    {CMD_TYPE_STRING, "STRING", "(string)", PutString, "%s\n"},
     {CMD_TYPE_CHARACTER, "CHARACTER", "(single character)", PutMember<&CMDVALUE::chValue, int>, "%c\n"},
     {CMD_TYPE_STRINGARRAY, "STRINGARRAY", "(string array)", PutArray, "%s%s\n"},
     {CMD_TYPE_FLOAT, "FLOAT", "(floating point)", PutMember<&CMDVALUE::fltValue, double>, "%f\n"},

@@ -142,18 +142,18 @@ void TakeRestOfLine(PARSECTX *pprs, Output &out) {
 
 // --- Patterns ---
 
-// One element of a pattern.
-struct ELEMENT {
+// One directive of a pattern.
+struct DIRECTIVE {
   char chKind; // w, n, x, *, ? or one of the three below
   bool fSuppressed;
   char ch; // the literal or stop character
 };
 constexpr char chLiteral = 'L';
 constexpr char chUnknown = 'U';
-constexpr char chBroken = 'B'; // the pattern ends inside the element
+constexpr char chBroken = 'B'; // the pattern ends inside the directive
 
-// Reads the next element of a pattern that has one.
-ELEMENT ReadElement(const char *&psz) {
+// Reads the next directive of a pattern that has one.
+DIRECTIVE ReadDirective(const char *&psz) {
   if (*psz != '%') return {chLiteral, false, *psz++};
   const bool fSuppressed = *++psz == '-';
   if (fSuppressed) psz++;
@@ -180,35 +180,35 @@ BOOL SkipOne(PARSECTX *pprs) {
   return 1;
 }
 
-// Takes one element from the input. What is thrown away goes into the element's own variable.
-BOOL TakeElement(PARSECTX *pprs, const ELEMENT &elt, va_list *pargs) {
+// Takes one directive from the input. What is thrown away goes into the directive's own variable.
+BOOL TakeDirective(PARSECTX *pprs, const DIRECTIVE &dir, va_list *pargs) {
   char szWord[PRS_LINE_SIZE];
   LONG l;
   ULONG ul;
-  switch (elt.chKind) {
+  switch (dir.chKind) {
     case chLiteral:
-      return PrsNextChar(pprs, elt.ch);
+      return PrsNextChar(pprs, dir.ch);
     case 'w':
-      return PrsGetWord(pprs, elt.fSuppressed ? szWord : va_arg(*pargs, char *));
+      return PrsGetWord(pprs, dir.fSuppressed ? szWord : va_arg(*pargs, char *));
     case 'n':
-      return PrsGetNumber(pprs, elt.fSuppressed ? &l : va_arg(*pargs, LONG *));
+      return PrsGetNumber(pprs, dir.fSuppressed ? &l : va_arg(*pargs, LONG *));
     case 'x':
-      return PrsGetHexNumber(pprs, elt.fSuppressed ? &ul : va_arg(*pargs, ULONG *));
+      return PrsGetHexNumber(pprs, dir.fSuppressed ? &ul : va_arg(*pargs, ULONG *));
     case '*':
-      return SkipPast(pprs, elt.ch);
+      return SkipPast(pprs, dir.ch);
     case '?':
       return SkipOne(pprs);
     default:
-      return elt.chKind == chUnknown;
+      return dir.chKind == chUnknown;
   }
 }
 
-// The text after one element, or null when the element does not match.
-const char *PassElement(PARSECTX *pprs, const ELEMENT &elt, const char *psz) {
-  const auto IsOther = [&](char ch) { return ch != '\0' && !IsSameChar(pprs, elt.ch, ch); };
-  switch (elt.chKind) {
+// The text after one directive, or null when the directive does not match.
+const char *PassDirective(PARSECTX *pprs, const DIRECTIVE &dir, const char *psz) {
+  const auto IsOther = [&](char ch) { return ch != '\0' && !IsSameChar(pprs, dir.ch, ch); };
+  switch (dir.chKind) {
     case chLiteral:
-      return *psz != '\0' && IsSameChar(pprs, elt.ch, *psz) ? psz + 1 : nullptr;
+      return *psz != '\0' && IsSameChar(pprs, dir.ch, *psz) ? psz + 1 : nullptr;
     case 'w':
       return EndOfWord(pprs, psz);
     case 'n':
@@ -225,20 +225,20 @@ const char *PassElement(PARSECTX *pprs, const ELEMENT &elt, const char *psz) {
   }
 }
 
-// Whether an element is taken from the current line: most skip white space first, which may go on over its end.
-bool IsOnLine(PARSECTX *pprs, const ELEMENT &elt) {
+// Whether a directive is taken from the current line: most skip white space first, which may go on over its end.
+bool IsOnLine(PARSECTX *pprs, const DIRECTIVE &dir) {
   constexpr char szStaying[] = {'*', '?', chUnknown, chBroken, '\0'};
-  return std::strchr(szStaying, elt.chKind) || !PrsIsEndOfLine(pprs);
+  return std::strchr(szStaying, dir.chKind) || !PrsIsEndOfLine(pprs);
 }
 
-// Takes the elements of a pattern. Without arguments it is a trial: values are thrown away, and the current line is not
+// Takes the directives of a pattern. Without arguments it is a trial: values are thrown away, and the current line is not
 // left.
 BOOL TakePattern(PARSECTX *pprs, const char *pszPattern, va_list *pargs) {
   BOOL fMatch = pprs && pszPattern;
   while (fMatch && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0') {
-    ELEMENT elt = ReadElement(pszPattern);
-    elt.fSuppressed |= !pargs;
-    fMatch = (pargs || IsOnLine(pprs, elt)) && TakeElement(pprs, elt, pargs);
+    DIRECTIVE dir = ReadDirective(pszPattern);
+    dir.fSuppressed |= !pargs;
+    fMatch = (pargs || IsOnLine(pprs, dir)) && TakeDirective(pprs, dir, pargs);
   }
   return fMatch;
 }
@@ -494,6 +494,6 @@ BOOL PrsGetLinePattern(PARSECTX *pprs, const char *pszPattern, ...) {
 BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern) {
   const char *psz = pprs && pszPattern ? pprs->pszCurrent : nullptr;
   while (psz && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0')
-    psz = PassElement(pprs, ReadElement(pszPattern), SkipWhite(pprs, psz));
+    psz = PassDirective(pprs, ReadDirective(pszPattern), SkipWhite(pprs, psz));
   return psz != nullptr;
 }

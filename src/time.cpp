@@ -116,7 +116,7 @@ struct SPLITTIME {
 
 char *Put4(char *pch, ULONG ul) { return PutPair(PutPair(pch, ul / 100), ul % 100); }
 
-char *PutText(char *pch, const char (&sz)[4]) {
+char *PutName(char *pch, const char (&sz)[4]) {
   std::memcpy(pch, sz, 3);
   return pch + 3;
 }
@@ -255,8 +255,8 @@ char *TmeRealTimeToAltString(REALTIME rt, char *pszBuffer) {
 char *Tme_ctime(const REALTIME *prt, char *pszBuffer) {
   const SPLITTIME st(*prt);
   const DATE date = CalendarDate(st.Day());
-  char *pch = PutSeparator(PutText(pszBuffer, aszWDay[WeekDay(st.Day())]), ' ');
-  pch = PutSeparator(PutText(pch, aszMonth[date.ulMonth - 1]), ' ');
+  char *pch = PutSeparator(PutName(pszBuffer, aszWDay[WeekDay(st.Day())]), ' ');
+  pch = PutSeparator(PutName(pch, aszMonth[date.ulMonth - 1]), ' ');
   pch = PutSeparator(PutPair(pch, date.ulDay), ' ');
   pch = PutSeparator(PutTimeOfDay(pch, st.SecondOfDay(), ':'), ' ');
   *Put4(pch, date.ulYear) = '\0';

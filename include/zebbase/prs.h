@@ -140,7 +140,7 @@ ZEB_API BOOL PrsGetRealTime(PARSECTX *pprs, REALTIME *prtValue);
    Result   1; 0 at the end and for a quote that never closes. */
 ZEB_API BOOL PrsGetSentence(PARSECTX *pprs, char *pszText);
 
-/* Takes what a pattern describes, element by element, and stores its values in the further arguments, in order.
+/* Takes what a pattern describes, directive by directive, and stores its values in the further arguments, in order.
      %w       a word            char *, of PRS_LINE_SIZE bytes     %-w  the same, thrown away
      %n       a decimal number  LONG *                             %-n
      %x       a hex number      ULONG *                            %-x
@@ -148,7 +148,7 @@ ZEB_API BOOL PrsGetSentence(PARSECTX *pprs, char *pszText);
      %?       any one character of the current line, white space too
      other    this character, by the rule of IsSameChar; white space in the pattern only separates
    A '%' before any other character is ignored with it; a '%' or '%*' that ends the pattern fails.
-   Result   1 when all was there; 0 at the first element that was not, with the earlier ones taken and stored, and for
+   Result   1 when all was there; 0 at the first directive that was not, with the earlier ones taken and stored, and for
             a null pattern. */
 ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
 
@@ -159,7 +159,7 @@ ZEB_API BOOL PrsGetPattern(PARSECTX *pprs, const char *pszPattern, ...);
 ZEB_API_1_1 BOOL PrsGetLinePattern(PARSECTX *pprs, const char *pszPattern, ...);
 
 /* Whether the rest of the current line begins with what a pattern describes; takes nothing and reads no further line.
-   Here white space of the text is skipped before every element, %w, %n (digits only) and %x (hex digits only) may be
+   Here white space of the text is skipped before every directive, %w, %n (digits only) and %x (hex digits only) may be
    empty, and a '%' before any other character fails. Result 1 or 0, as above. */
 ZEB_API BOOL PrsQueryPattern(PARSECTX *pprs, const char *pszPattern);
 
