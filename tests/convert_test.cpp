@@ -41,14 +41,11 @@ TEST_F(IniConvert, GivesAndTakesTexts) {
       {to, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(2), "FALSE"},
       {to, FT_BOOL32, 1, "<%5s>", BytesOf(1UL), "< TRUE>"},
       {from, FT_BOOL32, 1, nullptr, BytesOf(1UL), "truely"},
-      {from, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(1), "Yes"},
       {from, FT_BOOL16, 1, nullptr, BytesOf<USHORT>(0), "YESS"},
       {both, FT_BYTE, 1, "<%hd", "\x80", "<128"},
       {both, FT_BYTE, 1, "%3hhu", "\x80", "128"},
       {both, FT_USHORT, 1, "%hx", BytesOf<USHORT>(0xBEEF), "beef"},
       {both, FT_DOUBLE, 1, "=%lf", BytesOf(0.5), "=0.500000"},
-      {to, FT_STRING, 4, nullptr, "ab\0c"s, "ab"},
-      {to, FT_STRING, 4, "'%-6s'", "abcd", "'abcd  '"},
       {to, FT_STRING, 4, "%%%1$5.3s%%%2$s%", "abcd", "%  abc%abcd"},
       {to, FT_STRING, 4, "%.9s and no more", "ab\0c"s, "ab and no more"},
       {to, FT_PSZ, 1, "<%s>", BytesOf<const char *>("text"), "<text>"},
@@ -117,7 +114,6 @@ void CompareWithRuntime(ULONG ulType) {
   const char *pszFormat = IniGetTypeDefaults()[ulType].pszFormat;
   std::mt19937 random(ulType);
   for (int i = 0; i < 3000; i++) {
-    SCOPED_TRACE("type " + std::to_string(ulType) + ", number " + std::to_string(i));
     std::string strText;
     for (auto u = random() % 5; u > 0; u--) strText += apszPiece[random() % std::size(apszPiece)];
     const ULONG aul[] = {random(), random()};
@@ -132,9 +128,9 @@ void CompareWithRuntime(ULONG ulType) {
     const bool fScanned = std::sscanf(strText.c_str(), pszFormat, &s) == 1;
     const T tNew = fScanned ? static_cast<T>(s) : tOld;
 
-    EXPECT_EQ(ToText(fdsc, BytesOf(tOld)), szText);
+    EXPECT_EQ(ToText(fdsc, BytesOf(tOld)), szText) << ulType;
     EXPECT_EQ(FromText(fdsc, BytesOf(tOld), strText), (tNew != tOld ? "*" : "") + BytesOf(tNew))
-        << strText;
+        << ulType << ": " << strText;
   }
 }
 
@@ -148,32 +144,31 @@ TEST_F(IniConvert, TreatsNumbersAsTheRuntimeDoes) {
   CompareWithRuntime<double, double, double>(FT_DOUBLE);
 }
 
-// Makes a locale in the current folder, where numbers have a decimal comma. The tool gives 1,
-// because all other categories are missing.
-void MakeLocale(const std::string &strName) {
+// Makes a locale in the current folder, where numbers have a decimal comma, and turns to it. The
+// tool gives 1, because all other categories are missing.
+bool TakeCommas() {
   std::ofstream("ascii.map") << "<code_set_name> ASCII\n<escape_char> /\n"
                                 "CHARMAP\n<U0000>..<U007F> /x00\nEND CHARMAP\n";
   std::ofstream("locale.src") << "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\n"
                                  "grouping -1\nEND LC_NUMERIC\n";
-  const std::string strOrder = TAG_NATIVE == TAG_BIG_ENDIAN ? " --big-endian" : " --little-endian";
-  const std::string strCommand = "localedef --no-archive -c -i ./locale.src -f ./ascii.map ./";
-  static_cast<void>(std::system((strCommand + strName + strOrder + " >/dev/null 2>&1").c_str()));
+  const std::string strOrder = TAG_NATIVE == TAG_BIG_ENDIAN ? "--big-endian" : "--little-endian";
+  const std::string strCommand =
+      "localedef --no-archive -c -i ./locale.src -f ./ascii.map ./comma ";
+  static_cast<void>(std::system((strCommand + strOrder + " >/dev/null 2>&1").c_str()));
   setenv("LOCPATH", std::filesystem::current_path().c_str(), 1);
+  return std::setlocale(LC_NUMERIC, "comma") && *std::localeconv()->decimal_point == ',';
 }
 
 TEST_F(IniConvert, HasADecimalPointInEveryLocale) {
   if (std::system("command -v localedef >/dev/null") != 0) GTEST_SKIP() << "no localedef";
   const ScratchFolder folder;
-  MakeLocale("comma");
-  ASSERT_TRUE(std::setlocale(LC_NUMERIC, "comma"));
-  ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+  ASSERT_TRUE(TakeCommas());
+  const FDSC fdsc = Field("F", FT_DOUBLE), fdscFloat = Formatted(Field("F", FT_FLOAT), "%.1f");
 
-  EXPECT_EQ(ToText(Field("F", FT_DOUBLE), BytesOf(1.5)), "1.500000");
-  EXPECT_EQ(ToText(Formatted(Field("F", FT_DOUBLE), "%.1lf"), BytesOf(1.5)), "1.5");
-  EXPECT_EQ(FromText(Field("F", FT_DOUBLE), BytesOf(0.0), "1.50000000000000000000000"),
-            "*" + BytesOf(1.5));
-  EXPECT_EQ(FromText(Formatted(Field("F", FT_FLOAT), "%f"), BytesOf(0.0F), "1.5"),
-            "*" + BytesOf(1.5F));
+  EXPECT_EQ(ToText(fdsc, BytesOf(1.5)), "1.500000");
+  EXPECT_EQ(ToText(fdscFloat, BytesOf(1.5F)), "1.5");
+  EXPECT_EQ(FromText(fdsc, BytesOf(0.0), "1.50000000000000000000000"), "*" + BytesOf(1.5));
+  EXPECT_EQ(FromText(Formatted(fdscFloat, "%f"), BytesOf(0.0F), "1.5"), "*" + BytesOf(1.5F));
 
   std::setlocale(LC_NUMERIC, "C");
   unsetenv("LOCPATH");
@@ -190,11 +185,8 @@ TEST_F(IniConvert, TakesEachVerbosityWordBack) {
     ASSERT_EQ(ParseVerbosity(szText), fl & VERB_ERROR ? fl : 0xF000) << szText;
     ASSERT_EQ(ParseVerbosity(szText + fBlank), fl ? fl : 0xF000) << szText;
   }
-  const struct {
-    const char *psz;
-    ULONG fl;
-  } aCase[] = {
-      {"error warning", 0xC000}, {"Info|Area3|Area12", 0x2804}, {"Error | ", 0x8000}, {"Area0", 0},
+  const std::pair<const char *, ULONG> aCase[] = {
+      {"error warning", 0xC000}, {"Info|Area3|Area12", 0x2804}, {"Error | ", 0x8000},
       {"Area13 Area", 0},        {"AREA1Debug", 0x1001},
   };
   for (const auto &[psz, fl] : aCase) EXPECT_EQ(ParseVerbosity(psz), fl) << psz;
@@ -209,12 +201,9 @@ TEST_F(IniConvert, TakesIntervalsBack) {
     IntervalToString(ul * 65537, szText);
     ASSERT_EQ(FromText(fdsc, BytesOf(1UL), szText), "*" + BytesOf(ul * 65537)) << szText;
   }
-  const struct {
-    const char *psz;
-    ULONG ulSeconds;
-  } aCase[] = {
-      {"", 0},       {"1d2h3m4s", 93784}, {"90", 90}, {"2H", 2},        {"1h 30m", 5400},
-      {"1m1m", 120}, {"x5", 5},           {"d", 0},   {"49711d", ~0UL},
+  const std::pair<const char *, ULONG> aCase[] = {
+      {"", 0},    {"2H", 2}, {"1h 30m", 5400}, {"1m1m", 120},
+      {"90", 90}, {"x5", 5}, {"d", 0},         {"49711d", ~0UL},
   };
   for (const auto &[psz, ulSeconds] : aCase)
     EXPECT_EQ(FromText(fdsc, BytesOf(77UL), psz), "*" + BytesOf(ulSeconds)) << psz;

@@ -38,23 +38,31 @@ std::string TimeString(REALTIME rt) { return Render(TmeRealTimeToString, rt, 25)
 std::string IsoString(REALTIME rt) { return Render(TmeRealTimeToIsoString, rt, 26); }
 std::string CTime(const REALTIME &rt) { return Render(Tme_ctime, &rt, 25); }
 
-void ExpectTime(REALTIME rt) { // every field and every text form of it
+void ExpectTime(REALTIME rt) { // every field and every text form of it, which is read back
   const double t = std::max(rt, 0.0) + 0.00005, dFraction = t - std::floor(t);
   TIMESTRUCT ts;
   std::memset(&ts, 0xEE, sizeof ts);
   ASSERT_EQ(TmeRealTimeToStruct(rt, &ts), &ts);
 
   char sz[64];
-  std::snprintf(sz, sizeof sz, "%04lu-%02lu-%02lu_%02lu:%02lu:%02lu %03lu %lu", ts.ulYear,
-                ts.ulMonth, ts.ulDay, ts.ulHour, ts.ulMinute, ts.ulSecond, ts.ulDayOfYear,
-                ts.ulWeekDay);
-  ASSERT_EQ(sz, Text("%Y-%m-%d_%H:%M:%S %j %w", t)) << rt;
-  ASSERT_EQ(ts.ulFraction, static_cast<ULONG>(dFraction * 10000.0)) << rt;
+  std::snprintf(sz, sizeof sz, "%04lu-%02lu-%02lu_%02lu:%02lu:%02lu.%04lu %03lu %lu", ts.ulYear,
+                ts.ulMonth, ts.ulDay, ts.ulHour, ts.ulMinute, ts.ulSecond, ts.ulFraction,
+                ts.ulDayOfYear, ts.ulWeekDay);
+  const auto ulFraction = static_cast<ULONG>(dFraction * 10000.0);
+  const std::string strTime =
+      Text("%F_%T.", t) + std::to_string(10000 + ulFraction).substr(1) + Text(" %j %w", t);
+  ASSERT_EQ(sz, strTime) << rt;
   ASSERT_EQ(ts.fltSeconds, static_cast<float>(std::fmod(std::floor(t), 60) + dFraction)) << rt;
-  std::snprintf(sz, sizeof sz, ".%04lu", ts.ulFraction);
-  ASSERT_EQ(TimeString(rt), Text("%Y-%m-%d_%H:%M:%S", t) + sz) << rt;
+  ASSERT_EQ(TimeString(rt), strTime.substr(0, 24)) << rt;
   ASSERT_EQ(Render(TmeRealTimeToAltString, rt, 16), Text("%Y%m%d.%H%M%S", t)) << rt;
   ASSERT_EQ(CTime(rt), Text("%a %b %d %H:%M:%S %Y", t)) << rt;
+
+  const double dSecond = std::floor(t), dMinute = std::floor(t / 60) * 60;
+  ASSERT_NEAR(TmeStringToRealTime(strTime.substr(0, 24).c_str()), t, 0.000101);
+  ASSERT_EQ(TmeMSTimeStringToRealTime(CTime(rt).c_str()), dSecond) << rt;
+  ASSERT_EQ(TmeMSTimeStringToLongSec(CTime(rt).c_str()), std::fmin(dSecond, 2147483647.0)) << rt;
+  ASSERT_EQ(TmeJulianStringToRealTime(Text("%Y.%j.%H/%M %S", t).c_str()), dSecond) << rt;
+  ASSERT_EQ(TmeSQLDateTimeToRealTime(Text("%b %d %Y %I:%M%p", t).c_str()), dMinute) << rt;
 }
 
 TEST_F(Tme, AgreesWithTheCalendarOnEveryDayAndEndsWithTheRange) {
@@ -112,18 +120,6 @@ TEST_F(Tme, AddsUpAnyFields) {
   }
 }
 
-TEST_F(Tme, ReadsItsTextsBack) {
-  for (int i = 0; i < 30000; i++) {
-    const REALTIME rt = AnyBelow(dEnd - 1);
-    const double t = rt + 0.00005, dSecond = std::floor(t), dMinute = std::floor(t / 60) * 60;
-    ASSERT_NEAR(TmeStringToRealTime(TimeString(rt).c_str()), rt, 0.000051);
-    ASSERT_EQ(TmeMSTimeStringToRealTime(CTime(rt).c_str()), dSecond) << CTime(rt);
-    ASSERT_EQ(TmeMSTimeStringToLongSec(CTime(rt).c_str()), std::fmin(dSecond, 2147483647.0)) << rt;
-    ASSERT_EQ(TmeJulianStringToRealTime(Text("%Y.%j.%H/%M %S", t).c_str()), dSecond) << rt;
-    ASSERT_EQ(TmeSQLDateTimeToRealTime(Text("%b %d %Y %I:%M%p", t).c_str()), dMinute) << rt;
-  }
-}
-
 TEST_F(Tme, ReadsWhatTextsContain) {
   const struct {
     REALTIME (*pfn)(const char *);
@@ -133,13 +129,10 @@ TEST_F(Tme, ReadsWhatTextsContain) {
       // A month that is missing is month 0, which is December.
       {TmeStringToRealTime, "2003-01-15_10:23:45.050~", 1042626225.05},
       {TmeStringToRealTime, "2003-01-15_10:23:45.50000", 1042626230},
-      {TmeStringToRealTime, "99~1~2", 915235200},
       {TmeStringToRealTime, "2003-01-15  10:23", 1042589423},
       {TmeStringToRealTime, "67506-1-2", 86400},
-      {TmeStringToRealTime, "1970-1-1_0:0:9999.25", 9999.25},
-      {TmeStringToRealTime, "1970-1-1_0:0:00000000000000000000007", 7},
+      {TmeStringToRealTime, "1970-1-1_0:0:00000000000000009999.25", 9999.25},
       {TmeStringToRealTime, "2003-", 1038700800},
-      {TmeStringToRealTime, "1969-12-31_23:59:59", 0},
       {TmeJulianStringToRealTime, "2003.015.10.23.45.25", 1042626225.25},
       {TmeJulianStringToRealTime, "2003.015~junk", 1042588800},
       {TmeJulianStringToRealTime, "1970.1.0.0.2147483649", 2147483647},
@@ -149,8 +142,6 @@ TEST_F(Tme, ReadsWhatTextsContain) {
       {TmeMSTimeStringToRealTime, "Wed Foo 15", 1209600},
       {TmeMSTimeStringToRealTime, "Wed Jan 15 10:23:45 69", 0},
       {TmeSQLDateTimeToRealTime, "jan 15 2003 10:23 pm", 1042669380},
-      {TmeSQLDateTimeToRealTime, "Jan 15 2003 12:05AM", 1042589100},
-      {TmeSQLDateTimeToRealTime, "Jan 15 2003 12:05PM", 1042632300},
       {TmeSQLDateTimeToRealTime, "Jan 15 2003 13:05", 1042635900},
       {TmeSQLDateTimeToRealTime, "Jan 032 99", 917827200},
   };
@@ -162,68 +153,63 @@ TEST_F(Tme, ReadsWhatTextsContain) {
 
 TEST_F(Tme, ReadsEveryFormOfOneMomentStrictly) {
   EXPECT_EQ(IsoString(1042626225.0), "2003-01-15T10:23:45Z");
-  EXPECT_EQ(IsoString(1042626225.5), "2003-01-15T10:23:45.5000Z");
-  const struct {
-    const char *pszOffset;
-    int iAhead; // seconds
-  } aOffset[] = {{"", 0},         {"Z", 0},           {"z", 0},       {"+01", 3600},
-                 {"+0130", 5400}, {"-23:59", -86340}, {"-0001", -60}, {"+23:00", 82800}};
+  const std::pair<const char *, int> aOffset[] = {
+      {"", 0},         {"Z", 0},           {"z", 0},       {"+01", 3600}, // in seconds
+      {"+0130", 5400}, {"-23:59", -86340}, {"-0001", -60}, {"+23:00", 82800}};
   for (int i = 0; i < 20000; i++) {
     const auto &[pszOffset, iAhead] = OneOf(aOffset);
     const ULONG ulTime = 86400 + Random(~0UL - 86400), ulDigits = Random(10000);
     const double dShown = static_cast<double>(ulTime) + iAhead;
-    const std::string strDay = Text(" %Y-%m-%d", dShown) + OneOf(std::string_view("T_ t")),
-                      strEnd = pszOffset;
-    const std::string strFraction =
-        OneOf(std::string_view(".,")) + std::to_string(10000 + ulDigits).substr(1);
-    REALTIME rt = -1, rtSecond = -1, rtAgain = -1;
+    const std::string strFraction = std::to_string(10000 + ulDigits).substr(1),
+                      strDay = Text(" %F", dShown) + OneOf(std::string_view("T_ t")),
+                      strMinute = strDay + Text("%H:%M", dShown) + pszOffset + "\n",
+                      strText = strDay + Text("%T", dShown) + OneOf(std::string_view(".,")) +
+                                strFraction + pszOffset;
+    REALTIME rt = -1, rtMinute = -1, rtAgain = -1;
 
-    const std::string strMinute = strDay + Text("%H:%M", dShown) + strEnd + "\n";
-    const std::string strText = strDay + Text("%H:%M:%S", dShown) + strFraction + strEnd;
-    ASSERT_EQ(TmeTextToRealTime(strMinute.c_str(), &rtSecond), 0u) << strMinute;
+    ASSERT_EQ(TmeTextToRealTime(strMinute.c_str(), &rtMinute), 0u) << strMinute;
     ASSERT_EQ(TmeTextToRealTime(strText.c_str(), &rt), 0u) << strText;
-    ASSERT_EQ(TmeTextToRealTime(IsoString(rt).c_str(), &rtAgain), 0u) << IsoString(rt);
+    const std::string strIso = IsoString(rt);
+    ASSERT_EQ(TmeTextToRealTime(strIso.c_str(), &rtAgain), 0u) << strIso;
 
-    ASSERT_EQ(rtSecond, ulTime - ulTime % 60) << strMinute;
+    ASSERT_EQ(rtMinute, ulTime - ulTime % 60) << strMinute;
     ASSERT_DOUBLE_EQ(rt, ulTime + ulDigits / 1e4) << strText;
     ASSERT_NEAR(rtAgain, rt, 0.000051) << strText;
+    ASSERT_EQ(strIso, Text("%FT%T", rtAgain) + (ulDigits ? "." + strFraction : "") + "Z");
   }
 }
 
 TEST_F(Tme, RefusesTextsThatAreNoTimes) {
-  const struct {
-    const char *pszText;
-    ULONG ulPosition; // of what is wrong
-  } aCase[] = {
-      {"", 1},
-      {"0000-01-01", 1},
-      {"2003", 5},
-      {"2003-1-15", 7},
-      {"2003-13-15", 6},
-      {"2003-04-31", 9},
-      {"2003-02-29", 9},
-      {"2004-02-29", 0},
-      {"2100-02-29", 9},
-      {"2003-01-15x", 11},
-      {"2003-01-15T", 12},
-      {"2003-01-15 \n", 0},
-      {"2003-01-15 10", 14},
-      {"2003-01-15 24:00", 12},
-      {"2003-01-15 10:60", 15},
-      {"2003-01-15 10:23:60", 18},
-      {"2003-01-15 10:23:45.", 21},
-      {"2003-01-15 10:23:45.5x", 22},
-      {"2003-01-15 10:23:45+1", 22},
-      {"2003-01-15 10:23:45Z+01", 21},
-      {" 1969-12-31 23:59:59", 2},
-      {"1970-01-01 00:30+01:00", 1},
-      {"2106-02-07 06:28:15.9999", 0},
-      {"2106-02-07 06:28:16", 1},
-  };
-  for (const auto &[pszText, ulPosition] : aCase) {
+  // A ^ stands before the character that is wrong.
+  for (std::string str : {"^",
+                          "^0000-01-01",
+                          "2003^",
+                          "2003-1^-15",
+                          "2003-^13-15",
+                          "2003-04-^31",
+                          "2003-02-^29",
+                          "2004-02-29",
+                          "2100-02-^29",
+                          "2003-01-15^x",
+                          "2003-01-15T^",
+                          "2003-01-15 \n",
+                          "2003-01-15 10^",
+                          "2003-01-15 ^24:00",
+                          "2003-01-15 10:^60",
+                          "2003-01-15 10:23:^60",
+                          "2003-01-15 10:23:45.^",
+                          "2003-01-15 10:23:45.5^x",
+                          "2003-01-15 10:23:45+1^",
+                          "2003-01-15 10:23:45Z^+01",
+                          " ^1969-12-31 23:59:59",
+                          "^1970-01-01 00:30+01:00",
+                          "2106-02-07 06:28:15.9999",
+                          "^2106-02-07 06:28:16"}) {
+    const std::size_t nPosition = str.find('^') + 1; // or 0
+    if (nPosition > 0) str.erase(nPosition - 1, 1);
     REALTIME rt = -1;
-    EXPECT_EQ(TmeTextToRealTime(pszText, &rt), ulPosition) << pszText;
-    EXPECT_EQ(rt == -1, ulPosition != 0) << pszText;
+    EXPECT_EQ(TmeTextToRealTime(str.c_str(), &rt), nPosition) << str;
+    EXPECT_EQ(rt == -1, nPosition != 0) << str;
   }
   EXPECT_EQ(TmeTextToRealTime(nullptr, nullptr), 1u);
 }
