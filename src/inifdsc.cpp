@@ -2,8 +2,8 @@
 //
 // A packed description is the FDSC at offset 0 and, from there on without gaps, the items of each field, depth first:
 //
-//   name | format | 0 to 3 bytes | SDSC | the items of its fields            (types 15 and 25)
-//                                | EDSC | its names                          (types 11 and 12)
+//   name | format | 0 to 3 bytes | SDSC | the items of its fields            (FT_DOTTED, FT_STRUCT)
+//                                | EDSC | its names                          (FT_ENUM16, FT_ENUM32)
 //
 // FdscPacker writes this order, FdscChecker holds a buffer against it, FdscUnpacker follows the offsets. Records are
 // only reached by Load and Store, since the buffer may lie at any byte offset.

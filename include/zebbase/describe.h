@@ -67,7 +67,7 @@
        STRUCT(sdsc)                   the record that sdsc describes
        STRUCTPTR(sdsc)                one pointer to this record
        STRUCTLIST(sdsc)               one LIST *
-       VALUELIST(fdsc)                one LIST *; fdsc from INI_FIELD, for a single value (types 0 to 17)
+       VALUELIST(fdsc)                one LIST *; fdsc from INI_FIELD, for a single value (FT_BOOL16 to FT_INTERVAL)
        SKIPPED                        anything; bytes that no file has (FT_BYTE with FDSC_NOINI, the name may be NULL).
                                       Packing carries them as they are, pointers too */
 #ifndef ZEBBASE_DESCRIBE_H

@@ -4,9 +4,9 @@
    Descriptors are the program's, usually static data; the library trusts them and never changes or frees them. The
    described data lie without gaps: the fields follow one another in the order of their descriptors, at any byte offset
    (a packed structure), each as large as its extent:
-       types 9, 14, 15   ulCount bytes
-       type 25           ulCount times the ulSize of its SDSC
-       all others        ulCount times the ulSize of the type table
+       FT_STRING, FT_FIXEDSTRING, FT_DOTTED   ulCount bytes
+       FT_STRUCT                              ulCount times the ulSize of its SDSC
+       all others                             ulCount times the ulSize of the type table
 
    The INI text format. The first thing in a file is its header, "[", one word, "]"; the rest of that line is ignored.
    Then follow section titles, "[" words "]", and keys, one or two words, white space, "=", and the value. The words of
@@ -65,15 +65,16 @@ extern "C" {
 #define INI_MAX_ENTRIES 5100 /* titles and keys of a file */
 #define INI_MAX_TEXT 127     /* characters of a name or value in a file */
 
-/* A field. */
+/* A field. pvDesc is the SDSC of FT_DOTTED, FT_STRUCT, FT_STRUCTLIST and FT_STRUCTPTR, the EDSC of FT_ENUM16 and
+   FT_ENUM32, the FDSC of an element of FT_VALUELIST, and null for the others. */
 typedef struct FDSC {
   ULONG ulTag;           /* the program's own */
   const char *pszName;   /* name in INI files; null only for a field that is never read or written as text */
   ULONG flFlags;         /* FDSC_* */
   ULONG ulType;          /* FT_* */
-  ULONG ulCount;         /* elements (an array when above 1); bytes for types 9, 14 and 15 */
+  ULONG ulCount;         /* elements (an array when above 1); bytes of an FT_STRING, FT_FIXEDSTRING or FT_DOTTED */
   const char *pszFormat; /* format in place of the type's default, for both directions (IniConvertToString); or null */
-  void *pvDesc;          /* SDSC for types 15, 25, 26, 28; EDSC for 11, 12; the element's FDSC for 27; else null */
+  void *pvDesc;          /* what the type nests */
 } FDSC;
 
 /* A structure. */
@@ -179,21 +180,21 @@ ZEB_API_1_1 INIFILE *IniOpenChecked(const char *pszFile, ULONG ulMode, INIERROR 
             by both names joined. Of equal names the first counts.
    Result   0; 1 when the value, or that of the last field read of a structure, is missing. It stands for this last
             field alone: an element of a list, or a structure by reference, whose last field is missing is not read.
-   Owner    What it hands out is the program's, from the tracked allocator: the texts of type 10, the lists of types 26
-            and 27 with their nodes and data, the structures of type 28. What such a field held before is dropped, not
-            freed; but type 28 reads into a structure that is there, which must be a tracked block: it is freed, and the
-            pointer set to null, when the section or its last field is missing (texts that had been read into it are
-            lost). A pointer whose first element is missing (types 26, 27) and a text for which there is no memory stay
-            as they were.
-   Cycles   A reference of type 28 that leads back, to a structure that is being read, stays and is passed over; and a
-            block is not freed while something in it is being read. Otherwise no two references may lead to one
-            structure: it is freed with the first of them whose section is missing.
-   Lists    of structures end at the first section that is missing, lists of values at the first key. An item of type 10
-            carries the text, any other a block that holds the value. The keys of a value list have the name of its
-            element, not its own. The elements are values (types 0 to 17); one of another type, with FDSC_NOINI or
-            without elements is not read, one that is an array is read once, because its keys carry the array's numbers
-            (and not at all with type 10). Of an array of list or structure pointers only the first is used. Where
-            memory runs out, a list ends with the elements read so far; the result does not tell.
+   Owner    What it hands out is the program's, from the tracked allocator: the texts of FT_PSZ, the lists of
+            FT_STRUCTLIST and FT_VALUELIST with their nodes and data, the structures of FT_STRUCTPTR. What such a field
+            held before is dropped, not freed; but FT_STRUCTPTR reads into a structure that is there, which must be a
+            tracked block: it is freed, and the pointer set to null, when the section or its last field is missing
+            (texts that had been read into it are lost). A list whose first element is missing and a text for which
+            there is no memory leave the pointer as it was.
+   Cycles   An FT_STRUCTPTR that leads back, to a structure that is being read, stays and is passed over; and a block is
+            not freed while something in it is being read. Otherwise no two references may lead to one structure: it is
+            freed with the first of them whose section is missing.
+   Lists    of structures end at the first section that is missing, lists of values at the first key. An item of
+            FT_PSZ carries the text, any other a block that holds the value. The keys of a value list have the name of
+            its element, not its own. The elements are values (FT_BOOL16 to FT_INTERVAL); one of another type, with
+            FDSC_NOINI or without elements is not read, one that is an array is read once, because its keys carry the
+            array's numbers (and not at all with FT_PSZ). Of an array of list or structure pointers only the first is
+            used. Where memory runs out, a list ends with the elements read so far; the result does not tell.
    Limits   structures nest at most 127 levels deep, and a section's joined names are at most INI_MAX_TEXT characters;
             what is beyond is missing. */
 ZEB_API ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc);
@@ -213,9 +214,9 @@ ZEB_API ULONG IniRead(INIFILE *pini, void *pvData, const FDSC *pfdsc);
    - names with other blanks are not found, since the reader joins their words;
    - a text with a double quote ends there, and what follows is taken for the next entry, so that mostly the whole file
      is refused; a line end in a text is lost with the white space behind it;
-   - a null text, which reads back empty; in types 9 and 14 what is behind a zero; in type 9 the last byte of the field,
-     in type 14 characters that ASCII cannot print, which become blanks; in a subfield of type 15 what is behind a
-     blank, and dots, which cut it in two;
+   - a null text, which reads back empty; in FT_STRING and FT_FIXEDSTRING what is behind a zero; in FT_STRING the last
+     byte of the field, in FT_FIXEDSTRING characters that ASCII cannot print, which become blanks; in a subfield of
+     FT_DOTTED what is behind a blank, and dots, which cut it in two;
    - truth values other than 0 and 1, enumeration values without a name, verbosity bits without one; enumeration names
      that are empty or begin with a blank or a quote;
    - a verbosity word or an interval of 0, which has no text: the reader takes the next line for it;
@@ -276,8 +277,9 @@ typedef ULONG (*PFNINIREPORT)(const INIFINDING *pfinding, void *pvUser);
               reader alone: a reference back to data that are being read is checked like any other. */
 ZEB_API_1_1 ULONG IniReadChecked(INIFILE *pini, void *pvData, const FDSC *pfdsc, PFNINIREPORT pfnReport, void *pvUser);
 
-/* Frees all that described data own, and leaves null pointers: the texts of type 10, the lists of types 26 and 27 with
-   their nodes and data, the structures of type 28, at any depth and in every element of an array.
+/* Frees all that described data own, and leaves null pointers: the texts of FT_PSZ, the lists of FT_STRUCTLIST and
+   FT_VALUELIST with their nodes and data, the structures of FT_STRUCTPTR, at any depth and in every element of an
+   array.
    pvData   the field's data, whose pointers are null or to tracked blocks, as IniRead leaves them. It stays the
             program's, and all that is no pointer stays as it was. Null does nothing.
    Not      touched are fields with FDSC_NOINI (the reader never filled them) and lists and structures without a
@@ -298,25 +300,32 @@ ZEB_API const char *FindTitle(INIFILE *pini, const char *pszKey, ULONG ulStart);
 ZEB_API ULONG FindStructure(INIFILE *pini, const char *pszTitle);
 
 /* Conversion of one element of a described field to and from text.
-   ppbData    address of a cursor at the element, which is not moved; the element of types 9, 14 and 15 is the field.
-   pszText    to: room for the longest text that the field can give. Without a format of its own that is, with its end,
-              12 bytes for whole numbers, 48 for type 7, 318 for type 8, ulCount + 1 for types 9 and 14, a byte more
-              for each subfield for type 15, TME_STRING_SIZE (tme.h) for type 13, 100 for type 16, 16 for type 17, 8 or
-              the longest name for types 0, 1, 11 and 12, and for type 10 that of its text.
-   pfChanged  null, or whether the stored value has changed. For type 9 it is non-zero when field and text differ
-              without regard to case; for 14 and 15 likewise; for 10 it is 1.
-   Result     1; 0, with nothing changed (pfChanged 0), for a type code above 17.
-   Formats    pszFormat is one for printf, and for types 2 to 8 one for scanf as well: a number goes through the same
-              format both ways. What does not scan (there is no precision, as in %.3f, and none of the flags - + # and
-              blank) leaves it as it was. Texts and names are read without the format; types 15 to 17 use none.
-   Numbers    A number of types 2 to 6 that is beyond 32 bits is read as the largest (or smallest) of 32 bits; what is
-              then beyond its field keeps its low bits (300 gives a byte of 44, -1 a USHORT of 65535).
+   ppbData    address of a cursor at the element, which is not moved; the element of FT_STRING, FT_FIXEDSTRING and
+              FT_DOTTED is the field.
+   pszText    to: room for the longest text that the field can give. Without a format of its own that is, in bytes with
+              its end,
+                  FT_BYTE to FT_ULONG, FT_FLOAT, FT_DOUBLE   12, 48, 318
+                  FT_STRING, FT_FIXEDSTRING                  ulCount + 1
+                  FT_DOTTED                                  ulCount + 1, and one for each subfield
+                  FT_REALTIME                                TME_STRING_SIZE (tme.h)
+                  FT_VERBOSITY, FT_INTERVAL                  100, 16
+                  truth values, enumerations                 8 or, if that is more, for the longest name
+                  FT_PSZ                                     for its text
+   pfChanged  null, or whether the stored value has changed. For FT_STRING, FT_FIXEDSTRING and FT_DOTTED it is non-zero
+              when field and text differ without regard to case; for FT_PSZ it is 1.
+   Result     1; 0, with nothing changed (pfChanged 0), for a type code above FT_INTERVAL.
+   Formats    pszFormat is one for printf, and for numbers (FT_BYTE to FT_DOUBLE) one for scanf as well: a number goes
+              through the same format both ways. What does not scan (there is no precision, as in %.3f, and none of the
+              flags - + # and blank) leaves it as it was. Texts and names are read without the format; FT_DOTTED,
+              FT_VERBOSITY and FT_INTERVAL use none.
+   Numbers    A whole number that is beyond 32 bits is read as the largest (or smallest) of 32 bits; what is then beyond
+              its field keeps its low bits (300 gives a byte of 44, -1 a USHORT of 65535).
    Words      TRUE, with anything behind it, and YES alone, in any case, are true; all other texts are false. Unknown
               names of an enumeration are stored as 0, values without a name read "Unknown".
-   Texts      A text is cut to its field: type 9 stores at most ulCount - 1 characters, fills up with zeros and leaves
-              the last byte of the field as it was; type 14 turns every character that cannot be printed in ASCII into
-              a blank. A new text of type 10 does not free the old one, which stays when there is no memory; nothing
-              else here allocates. */
+   Texts      A text is cut to its field: FT_STRING stores at most ulCount - 1 characters, fills up with zeros and
+              leaves the last byte of the field as it was; FT_FIXEDSTRING turns every character that cannot be printed
+              in ASCII into a blank. A new text of FT_PSZ does not free the old one, which stays when there is no
+              memory; nothing else here allocates. */
 ZEB_API BOOL IniConvertToString(BYTE **ppbData, char *pszText, const FDSC *pfdsc);
 ZEB_API BOOL IniConvertFromString(BYTE **ppbData, const char *pszText, const FDSC *pfdsc, ULONG *pfChanged);
 
@@ -335,14 +344,15 @@ ZEB_API void IntervalToString(ULONG ulSeconds, char *pszText);
    Nothing is allocated. Null pointers are refused only where it is said.
 
    A packed description holds copies of the FDSC, SDSC and EDSC records with the texts among them; references are
-   offsets from the buffer's start. What types 26, 27 and 28 nest does not travel: in an unpacked description these
-   references must not be followed (with IniRead, or with the fFollow of SwpSwapField). Packed data has the size and the
-   layout of the data itself: fields one after another, without gaps. What a pointer refers to does not travel either.
+   offsets from the buffer's start. What FT_STRUCTLIST, FT_VALUELIST and FT_STRUCTPTR nest does not travel: in an
+   unpacked description these references must not be followed (with IniRead, or with the fFollow of SwpSwapField).
+   Packed data has the size and the layout of the data itself: fields one after another, without gaps. What a pointer
+   refers to does not travel either.
 
    Every operation stops at the first error, in nested structures too, and answers it; what was done before stays done.
    Bytes that hold nothing, before an aligned record or in the place of a pointer, keep what the buffer held. */
-#define ERROR_FDSC_TYPE 7    /* the type is reserved, or one of the text types 16 and 17 and has no binary form */
-#define ERROR_FDSC_POINTER 8 /* a pointer (types 10, 26, 27, 28) that is not marked for being passed over */
+#define ERROR_FDSC_TYPE 7    /* the type is reserved, or is FT_VERBOSITY or FT_INTERVAL, which have no binary form */
+#define ERROR_FDSC_POINTER 8 /* a pointer (FT_PSZ, FT_STRUCTLIST and above) that is not marked to be passed over */
 #define ERROR_FDSC_LAYOUT 9  /* IniCheckFdsc: something is not where IniPackFdsc puts it, or not inside the buffer */
 #define ERROR_FDSC_LIMIT 10  /* IniCheckFdsc: beyond one of its limits */
 #define ERROR_FDSC_SIZE 11   /* IniCheckFdsc: the ulSize of a structure is not the sum of its fields' extents */
@@ -366,22 +376,23 @@ ZEB_API ULONG IniPackFdsc(const FDSC *pfdsc, BYTE *pbBuffer);
    Result   0 only for what IniPackFdsc could have written: every record and text where the packer puts it, so that none
             overlap and the nesting ends, and all inside the buffer. IniUnpackFdsc then succeeds, and every operation on
             the description and the data described is safe: none goes beyond the described extent, and all take time in
-            proportion to data and description. Otherwise an ERROR_FDSC code: ERROR_FDSC_TYPE for types 18 to 24 and
-            above 28 (16 and 17 are accepted, their data is refused by the operations that pack), ERROR_FDSC_POINTER as
-            IniUnpackFdsc, LAYOUT also for a null buffer.
+            proportion to data and description. Otherwise an ERROR_FDSC code: ERROR_FDSC_TYPE for a reserved
+            type (FT_VERBOSITY and FT_INTERVAL are accepted, their data is refused by the operations that pack),
+            ERROR_FDSC_POINTER as IniUnpackFdsc, LAYOUT also for a null buffer.
    Limits   names, of fields and of enumerations, and formats are at most INI_MAX_TEXT characters long; INI_MAX_FIELDS,
             INI_MAX_NAMES, INI_MAX_DEPTH and INI_MAX_EXTENT hold.
-   Formats  of types 0 to 14 have one conversion, of what the field holds: d, i, o, u, x or X with the length h (type 2
-            also hh) for types 2 to 4 and l or none for 5 and 6; a, e, f or g, of either case, with no length for type 7
-            and l for 8 (either one beside a precision, with which it is only printed); s for the others. Flags are
-            fine, and a width and a precision of up to INI_MAX_TEXT; so are %% and text around it. For a conversion to
-            text ulCount + 600 bytes are then room enough, but for type 10.
+   Formats  of types below FT_DOTTED have one conversion, of what the field holds: d, i, o, u, x or X with the length h
+            for FT_BYTE (also hh), FT_SHORT and FT_USHORT, and l or none for FT_LONG and FT_ULONG; a, e, f or g, of
+            either case, with no length for FT_FLOAT and l for FT_DOUBLE (either one beside a precision, with which it
+            is only printed); s for the others. Flags are fine, and a width and a precision of up to INI_MAX_TEXT; so
+            are %% and text around it. For a conversion to text ulCount + 600 bytes are then room enough, but for
+            FT_PSZ.
    Steps    An array of structures must be worth walking over: with a step for each field (one more for each subfield of
-            type 15) and, for each structure, one for itself and one for each structure around it, counted for every
+            FT_DOTTED) and, for each structure, one for itself and one for each structure around it, counted for every
             element, it takes at most INI_MAX_STEPS for each byte described, and as many more as its description has
             bytes. This bounds structures without extent.
-   Still    Pointers in the data are as good as where the data comes from: IniConvertToString follows those of type 10;
-            types 26 to 28 are not to be followed (above). The conversions to and from text, IniRead and IniWrite take
+   Still    Pointers in the data are as good as where the data comes from: IniConvertToString follows those of FT_PSZ;
+            the others are not to be followed (above). The conversions to and from text, IniRead and IniWrite take
             descriptors at aligned addresses, so the buffer must have one. */
 ZEB_API ULONG IniCheckFdsc(const BYTE *pbBuffer, ULONG ulSize, ULONG fSwap);
 
@@ -418,17 +429,17 @@ ZEB_API ULONG IniUnpackData(const FDSC *pfdsc, void *pvData, const BYTE *pbBuffe
    The same means: fractions and times to the last bit (so times have whole ten-thousandths; of NaN, the one without a
             payload); texts up to their end; an empty list reads back as a null pointer, and a structure to which two
             references lead as two. Fields with FDSC_NOINI play no part.
-   Limits   structures nest at most 127 levels deep; a field of type 15 has at most 1024 bytes. */
+   Limits   structures nest at most 127 levels deep; an FT_DOTTED has at most 1024 bytes. */
 ZEB_API_1_1 ULONG IniSave(const char *pszFile, const void *pvData, const FDSC *pfdsc, INIERROR *perr);
 
 /* Whether a description can be used: for those that a program writes by hand, to be asked once, at its start.
-   ulSizeof  bytes of the data that it describes: sizeof of the variable, or of the pointer for types 26 to 28.
+   ulSizeof  bytes of the data that it describes: sizeof of the variable, which for references is a pointer.
    Result    0; or the code of the first thing that is wrong, with the field by its path in perr, as in Server.Port: its
              ulCount is 0. A field without a name goes by its number, #3.
    Checked   of every field: its type, its ulCount, its format (IniCheckFdsc tells which fit); that pvDesc is there for
              the types that take one and null for the others; that ulSize is the sum of the fields' extents, and the
-             ulCount of a type 15 that of its subfields. Enumerations have 1 to INI_MAX_NAMES names, none null or twice.
-             No structure lies within itself; one may refer to itself.
+             ulCount of an FT_DOTTED that of its subfields. Enumerations have 1 to INI_MAX_NAMES names, none null or
+             twice. No structure lies within itself; one may refer to itself.
              Of fields without FDSC_NOINI also what IniSave asks of them: names that files can have, and that no two
              fields of a structure share, with a number or without (a list Port and a key Port2); no arrays of
              references, and value lists of single values. Values at the ends of the type's range, short and long texts

@@ -29,17 +29,18 @@ ZEB_API void SwpSwapLongArray(ULONG *pul, ULONG ulCount);
 /* Reverse every number of a described field, or of one instance of a described structure.
    ppbData  address of a cursor at the data, which is moved past the field or structure.
    pfdsc, psdsc  the description, at any byte offset too. A null structure description has no fields.
-   fFollow  non-zero: a structure by reference (type 28) is reversed as well, wherever it lies. Of an array of
+   fFollow  non-zero: a structure by reference (FT_STRUCTPTR) is reversed as well, wherever it lies. Of an array of
    references only the first is followed, a null one never.
 
-   Numbers are types 0, 1, 3 to 8 and 11 to 13. Bytes, characters and references, and the words of types 16 and 17, stay
-   as they are; the cursor moves over them. Reserved types and those above 28 have no storage and change nothing. The
-   cursor moves by the extents of the fields; the ulSize of a structure is not looked at.
+   Numbers are FT_BOOL16, FT_BOOL32, FT_SHORT to FT_DOUBLE, FT_ENUM16, FT_ENUM32 and FT_REALTIME. Bytes, characters and
+   references, FT_VERBOSITY and FT_INTERVAL stay as they are; the cursor moves over them. Codes that are no type have no
+   storage and change nothing. The cursor moves by the extents of the fields; the ulSize of a structure is not looked
+   at.
 
    Followed references are a recursion: they are not for linked lists of many thousands. A reference back to where the
    call, or a structure that it is following, began is not followed, so cycles end. A structure that is reached twice in
-   any other way is reversed twice. Descriptions out of IniUnpackFdsc (ini.h) have lost what type 28 nests: with those
-   fFollow must be 0. */
+   any other way is reversed twice. Descriptions out of IniUnpackFdsc (ini.h) have lost what FT_STRUCTPTR nests: with
+   those fFollow must be 0. */
 ZEB_API void SwpSwapField(BYTE **ppbData, const struct FDSC *pfdsc, ULONG fFollow);
 ZEB_API void SwpSwapStructure(BYTE **ppbData, const struct SDSC *psdsc, ULONG fFollow);
 
