@@ -1,5 +1,5 @@
-// record.h: the structure of 60 fields that the INI benchmarks read and write: six groups of ten kinds. In a file a field's
-// name is that of its kind with the number of its group, from 1.
+// record.h: the structure of 60 fields that the INI benchmarks read and write: six groups of ten kinds. In a file a
+// field's name is that of its kind with the number of its group, from 1.
 
 #ifndef ZEBBASE_BENCH_RECORD_H
 #define ZEBBASE_BENCH_RECORD_H

@@ -14,8 +14,8 @@ bool PutValue(Output &out, FieldView field, const BYTE *pbData);
 // Stores the value of one element. Result: whether it has changed; 0 for a type without a text.
 ULONG SetValue(FieldView field, BYTE *pbData, const char *pszText);
 
-// Whether a format is harmless in both directions, whoever wrote it, for a field of a type: it has one conversion, which
-// takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
+// Whether a format is harmless in both directions, whoever wrote it, for a field of a type: it has one conversion,
+// which takes what the field holds, in a width of at most INI_MAX_TEXT. Types that do not use their format have any.
 bool IsFormatFor(ULONG ulType, const char *pszFormat);
 
 // The same for a format that is only scanned, which has no precision and no flags.

@@ -129,8 +129,8 @@ std::span<iovec> Rest(std::span<iovec> aiov, std::size_t cb) {
   return aiov;
 }
 
-// Ends a line of which only the beginning could be written. Its last character becomes the line feed: this takes no room
-// that may be lacking, and whoever writes next, be it another program, begins a line of its own.
+// Ends a line of which only the beginning could be written. Its last character becomes the line feed: this takes no
+// room that may be lacking, and whoever writes next, be it another program, begins a line of its own.
 void EndTornLine(int fd) {
   const off_t offEnd = lseek(fd, 0, SEEK_CUR); // of what this program wrote, in a file that others append to as well
   if (offEnd <= 0 || fcntl(fd, F_SETFL, 0) != 0) return; // no longer at the end of the file
@@ -286,8 +286,8 @@ ULONG PutToChannel(const REPORT &report, ULONG ulLink) {
   }
 }
 
-// Formats the message and completes what the caller left out. What was formatted before a conversion that fails, such as
-// that of a wide text which the locale cannot show, is in the buffer and stays.
+// Formats the message and completes what the caller left out. What was formatted before a conversion that fails, such
+// as that of a wide text which the locale cannot show, is in the buffer and stays.
 ULONG PutError(REPORT report, ULONG *pulIndex, const char *pszFormat, va_list args) {
   char szMessage[ERR_MAX_MESSAGE + 1] = "";
   if (pszFormat) PrintTo(szMessage, sizeof szMessage, pszFormat, args);

@@ -69,8 +69,8 @@ struct FRACTION {
   }
 };
 
-// Scans a fraction, as "%lf" or "%f" reads it, with a decimal point in every locale. Result: whether there was one, past
-// which psz is moved; if not, nothing has changed.
+// Scans a fraction, as "%lf" or "%f" reads it, with a decimal point in every locale. Result: whether there was one,
+// past which psz is moved; if not, nothing has changed.
 template <std::floating_point T>
 inline bool ScanReal(const char *&psz, T &t) {
   using Limits = EXACTLIMITS<T>;

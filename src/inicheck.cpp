@@ -1,6 +1,7 @@
 // inicheck.cpp: comparing an open INI file with the description by which it will be read.
-// A first pass goes along the description, as the reader will: it looks up the same names in the same order, stops where
-// the reader stops, and marks what it finds. A second pass goes over the entries that have no mark. Nothing is stored.
+// A first pass goes along the description, as the reader will: it looks up the same names in the same order, stops
+// where the reader stops, and marks what it finds. A second pass goes over the entries that have no mark. Nothing is
+// stored.
 
 #include <cstring>
 #include <string_view>

@@ -138,8 +138,8 @@ class LineReader {
     return static_cast<ssize_t>(cb);
   }
 
-  // Reads on behind what has not been delivered, which moves to the front. As with fgets, the end is final, also when the
-  // file grows behind it, and a line at which reading fails is lost. Result: whether there was more.
+  // Reads on behind what has not been delivered, which moves to the front. As with fgets, the end is final, also when
+  // the file grows behind it, and a line at which reading fails is lost. Result: whether there was more.
   [[gnu::noinline]] bool FillBuffer() {
     if (fEnded_) return false;
     const ULONG cbRest = Count(pchNext_, pchEnd_);

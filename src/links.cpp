@@ -1,8 +1,8 @@
 // links.cpp: doubly linked lists.
 // Every change of a chain goes through Join and Part, which keep its two ends true; Link and Unlink add the count, the
 // positions and the state of the node, which a sort leaves as they are until it is done.
-// A sort marks its list, and every other change takes the mark away: the sort looks for it after each comparison, before
-// it believes that a node is still there.
+// A sort marks its list, and every other change takes the mark away: the sort looks for it after each comparison,
+// before it believes that a node is still there.
 
 #include "zebbase/lst.h"
 
@@ -117,10 +117,10 @@ ULONG NextGap(ULONG ulGap) {
   return ulGap == 9 || ulGap == 10 ? 11 : ulGap;
 }
 
-// The passes of a comb sort over n elements; pass(order, gap) makes one, and breaks off when the list has changed. With a
-// gap of 1 a pass leaves everything behind its last exchange in its final place, so the next pass exchanges earlier and
-// earlier, and the passes end. One that does not shows a comparison that is strict for equal elements, or, when that has
-// been allowed for, one that contradicts itself.
+// The passes of a comb sort over n elements; pass(order, gap) makes one, and breaks off when the list has changed. With
+// a gap of 1 a pass leaves everything behind its last exchange in its final place, so the next pass exchanges earlier
+// and earlier, and the passes end. One that does not shows a comparison that is strict for equal elements, or, when
+// that has been allowed for, one that contradicts itself.
 template <typename Pass>
 void Comb(ULONG ulCount, Order order, Pass pass) {
   ULONG ulGap = ulCount;

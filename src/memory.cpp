@@ -3,10 +3,10 @@
 //
 //   MEMBLOCK (24 bytes, ends with MEM_GUARD) | data | MEM_TRAILING_GUARD
 //
-// The chain pmbFirst..pmbLast holds exactly the live blocks, oldest first; its length and the sum of its sizes are what is
-// held. A header may be damaged: the registry alone knows which blocks are live and how long they are, and what a header
-// says is held against it first. In a program with the address sanitizer (poison.h), this unit alone may look at headers
-// and guards: what it calls is given copies.
+// The chain pmbFirst..pmbLast holds exactly the live blocks, oldest first; its length and the sum of its sizes are what
+// is held. A header may be damaged: the registry alone knows which blocks are live and how long they are, and what a
+// header says is held against it first. In a program with the address sanitizer (poison.h), this unit alone may look at
+// headers and guards: what it calls is given copies.
 
 #include "memory.h"
 
@@ -151,8 +151,8 @@ MEMBLOCK *StartOfRun(MEMBLOCK *pmb) {
   registry.ForEach([](MEMBLOCK *pmb) { registry.Show(pmb); });
 }
 
-// The one behind a block that has been reached from the oldest as that number. The links may pass blocks by, or end early;
-// those that have been passed by come behind the last one when the chain is mended.
+// The one behind a block that has been reached from the oldest as that number. The links may pass blocks by, or end
+// early; those that have been passed by come behind the last one when the chain is mended.
 inline MEMBLOCK *NextOf(const MEMBLOCK *pmb, ULONG ulNumber) {
   if (!IsNextTrue(pmb) || (pmb == pmbLast && ulNumber < held.ulBlocks)) MendChain();
   return pmb->pmbNext;
@@ -207,9 +207,9 @@ void StoreSource(MEMBLOCK *pmb, const SOURCE &source) { std::memcpy(pmb->achFile
 // Makes the compiler believe that a block is read and written here.
 inline void Touch(MEMBLOCK *pmb) { asm volatile("" : : "r"(pmb) : "memory"); }
 
-// Clears a block. Most are small: for these, stores that overlap save a tenth of a pair's time, and more for larger ones
-// of them, beside a call. Without Touch, a clearing right after malloc would become a calloc, which is slower, and one
-// before free would be dropped as dead.
+// Clears a block. Most are small: for these, stores that overlap save a tenth of a pair's time, and more for larger
+// ones of them, beside a call. Without Touch, a clearing right after malloc would become a calloc, which is slower, and
+// one before free would be dropped as dead.
 inline void Clear(MEMBLOCK *pmb, ULONG ulSize) {
   constexpr ULONG ulStep = 16;
   static_assert(ulStep <= MEM_OVERHEAD);

@@ -18,8 +18,8 @@
 #include "print.h"
 #include "text.h"
 
-// Appends to a place in memory, or through a buffer to a stream. What has no room in memory is cut there, and remembered;
-// a stream takes any length, in few large writes, and shows its errors itself.
+// Appends to a place in memory, or through a buffer to a stream. What has no room in memory is cut there, and
+// remembered; a stream takes any length, in few large writes, and shows its errors itself.
 class Output {
  public:
   static constexpr std::size_t cbUnknown = std::numeric_limits<std::size_t>::max(); // only the caller knows the room

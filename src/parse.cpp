@@ -1,7 +1,7 @@
 // parse.cpp: reading a text token by token.
-// The lines come from a LineReader, and a LineFilter takes comments out of them; here they are cut into tokens. The read
-// position pszCurrent never leaves the current line. Once the input is exhausted the line is empty, so that everything
-// that works on the current line alone finds nothing.
+// The lines come from a LineReader, and a LineFilter takes comments out of them; here they are cut into tokens. The
+// read position pszCurrent never leaves the current line. Once the input is exhausted the line is empty, so that
+// everything that works on the current line alone finds nothing.
 
 #include "parse.h"
 
@@ -231,8 +231,8 @@ bool IsOnLine(PARSECTX *pprs, const DIRECTIVE &dir) {
   return std::strchr(szStaying, dir.chKind) || !PrsIsEndOfLine(pprs);
 }
 
-// Takes the directives of a pattern. Without arguments it is a trial: values are thrown away, and the current line is not
-// left.
+// Takes the directives of a pattern. Without arguments it is a trial: values are thrown away, and the current line is
+// not left.
 BOOL TakePattern(PARSECTX *pprs, const char *pszPattern, va_list *pargs) {
   BOOL fMatch = pprs && pszPattern;
   while (fMatch && *(pszPattern = Skip(pszPattern, IsWhite)) != '\0') {

@@ -10,10 +10,10 @@
 
 #include "zebbase/mem.h"
 
-// A header lies behind the data of other blocks, and whatever it holds may have been overwritten. It cannot prove itself,
-// and the first look at where a damaged link points may end the process. So each block has a note here, found by its
-// address alone: one word for each 32 bytes of the address space, in which no two blocks can begin. The words of each
-// MiB in which a block has ever begun are one table.
+// A header lies behind the data of other blocks, and whatever it holds may have been overwritten. It cannot prove
+// itself, and the first look at where a damaged link points may end the process. So each block has a note here, found
+// by its address alone: one word for each 32 bytes of the address space, in which no two blocks can begin. The words of
+// each MiB in which a block has ever begun are one table.
 //
 //   bits 5 to 31  size of the block, ulLargeSize for one that is as large or larger; 0: no block begins here
 //   bits 3, 4     at which multiple of 8 it begins

@@ -18,8 +18,8 @@
 #include "fields.h"
 
 // The bytes of one element that travel, and that reversal turns round together: those of a number, or 1 for bytes and
-// characters. 0 for what does not travel: references, flags, reserved types, and structures, whose fields travel each on
-// its own.
+// characters. 0 for what does not travel: references, flags, reserved types, and structures, whose fields travel each
+// on its own.
 inline constexpr auto abElementBytes = ByType<BYTE>([](const FIELDTYPE &type) {
   const bool fTravels = type.storage == STORAGE::Number || type.storage == STORAGE::Characters;
   return static_cast<BYTE>(fTravels ? type.type.ulSize : 0);

@@ -105,8 +105,8 @@ ZEB_API void CmdDisplaySyntax(FILE *pf, const CMDOPTION *pcmdo, ULONG ulCount, c
 /* Prints the texts of a help table, page by page, and waits for a character on standard input (for two, when the first
    is 0) before each page but the first. At the end of the input it goes on.
    pcmdhelp     ends at the record with the key 0.
-   ulPageLines  a page takes texts as long as they have, together, fewer than ulPageLines - 1 line feeds. A text is never
-                split: one that has more is a page of its own. 0 for no pages, 1 for a pause before every text.
+   ulPageLines  a page takes texts as long as they have, together, fewer than ulPageLines - 1 line feeds. A text is
+                never split: one that has more is a page of its own. 0 for no pages, 1 for a pause before every text.
    Result       0. */
 ZEB_API ULONG CmdDisplayFullHelp(FILE *pf, const CMDHELP *pcmdhelp, ULONG ulPageLines);
 
@@ -133,8 +133,8 @@ typedef struct CMDERROR {
 #define CMD_ERROR_GROUP 8      /* an exclusive group whose entries do not stand side by side */
 #define CMD_ERROR_KEY 9        /* a help key below HLP, where the result codes are */
 
-/* Whether a table keeps the rules: for those that a program writes by hand, to be asked once, at its start. A table that
-   does is never CMD_BAD_TABLE.
+/* Whether a table keeps the rules: for those that a program writes by hand, to be asked once, at its start. A table
+   that does is never CMD_BAD_TABLE.
    perr         filled in every case; null is allowed, and tells nobody.
    Result       0; or the code of the first thing that is wrong, with the entry by its number and its topic in perr.
    Conversions  are checked where one is used: by the entries of scanned types, but of switches and of type BOOLEAN only
@@ -152,14 +152,14 @@ ZEB_API_1_1 ULONG CmdCheckTable(const CMDOPTION *pcmdo, ULONG ulCount, CMDERROR 
 #define CMD_EXIT_TABLE 3   /* a table that CmdCheckTable refuses */
 
 /* Parses a command line, and does what nearly every program does with the result. It returns only with the values
-   assigned, be it from an empty command line; whoever asked for help gets it, whoever made a mistake is told, and then it
-   ENDS THE PROCESS (by exit), with one of the CMD_EXIT statuses or, after help, with 0.
+   assigned, be it from an empty command line; whoever asked for help gets it, whoever made a mistake is told, and then
+   it ENDS THE PROCESS (by exit), with one of the CMD_EXIT statuses or, after help, with 0.
    argc, argv  as for CmdParseCmdLine; argv[0] names the program in what is printed. --help as the first argument is -h.
    pcmdo       ulCount entries. The table is checked first: what is wrong with it is said on standard error.
    pcmdhelp    the help texts, ended by the key 0; or null.
    Help        goes to standard output, which is flushed: for -h the syntax; for -h full all texts, in pages if both
-               standard streams are a terminal; for -h and a topic the text with the help key of the entry, without a line
-               feed at its beginning. Where there is no such text, it is the syntax.
+               standard streams are a terminal; for -h and a topic the text with the help key of the entry, without a
+               line feed at its beginning. Where there is no such text, it is the syntax.
    Mistakes    are said on standard error in one line, with the usage line and how to get help behind it. */
 ZEB_API_1_1 void CmdParseOrExit(LONG argc, char **argv, CMDOPTION *pcmdo, ULONG ulCount, const CMDHELP *pcmdhelp);
 

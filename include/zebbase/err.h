@@ -117,8 +117,8 @@ ZEB_API ULONG ErrPutError(const char *pszTask, REALTIME dTime, ULONG ulSeverity,
        ErrAssertError   always                kind 5   "Failed: CONDITION"; null is taken as empty
        ErrRcError       a code other than 0   kind 6   "CODE : Non-zero return code."
        ErrBoolError     0                     kind 6   "FALSE return code."
-   They leave no record in the error table: what the channel answers is taken for the number of an entry, which is freed.
-   On the remote channel this is the sender's code: one of 2 to 50 frees the entry of that number.
+   They leave no record in the error table: what the channel answers is taken for the number of an entry, which is
+   freed. On the remote channel this is the sender's code: one of 2 to 50 frees the entry of that number.
    Result   the value tested; of ErrAssertError 0, or the code of a lock request that failed. */
 ZEB_API ULONG ErrDosError(const char *pszFile, ULONG ulLine, ULONG rc);
 ZEB_API void *ErrNullError(const char *pszFile, ULONG ulLine, void *p);

@@ -124,8 +124,8 @@ typedef struct FILSEARCH {
 } FILSEARCH;
 
 /* The searches. The first call reads the whole directory, and each call hands out one name, in the order in which the
-   directory yields them; "this call has no name (left)" ends the search and frees all of it. A caller that stops earlier
-   calls FilEndSearch; otherwise the record and its names stay allocated. One slot serves one search at a time.
+   directory yields them; "this call has no name (left)" ends the search and frees all of it. A caller that stops
+   earlier calls FilEndSearch; otherwise the record and its names stay allocated. One slot serves one search at a time.
    phSearch   the caller's slot: null before the first call, and null again after the last.
    pszResult  receives the name; unchanged when there is none.
    Result     1; 0 when there is no name (left). Also 0, with the slot null, when the search cannot start: the directory

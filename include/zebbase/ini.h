@@ -127,8 +127,8 @@ ZEB_API TYPEDEFAULT *IniGetTypeDefaults(void);
             a limit, or cannot be read to its end. */
 ZEB_API INIFILE *IniOpen(const char *pszFile, ULONG ulMode) ZEB_RESULT;
 
-/* What is wrong with a file or with described data, for the program and for people. The operations that take one fill it
-   in every case; null is allowed, and tells nobody. */
+/* What is wrong with a file or with described data, for the program and for people. The operations that take one fill
+   it in every case; null is allowed, and tells nobody. */
 typedef struct INIERROR {
   ULONG ulCode;     /* INI_ERROR_*; 0 when nothing is wrong */
   ULONG ulLine;     /* line in the file, counted from 1; 0 where there is none */
@@ -165,11 +165,11 @@ typedef struct INIERROR {
             - names, and the header, may hold - and _, and a '=' ends a word: Key=1 needs no blank, and behind a '='
               that ends a word the line may end: the value is then empty;
             - a byte-order mark of UTF-8 at the beginning is passed over;
-            - there need not be a header: the first entry may be a key, or a title of two words or more. A first title of
-              one word is the header. An empty file has no entries.
+            - there need not be a header: the first entry may be a key, or a title of two words or more. A first title
+              of one word is the header. An empty file has no entries.
             A file that does not break the format has the entries that IniOpen gives it, also where they surprise: the
-            lines A=1 and B = 2 alone are a key "A=1B", and a line ; A = 1 is a key ";A". What cannot be read twice, such
-            as a pipe, is read by the plain format alone. */
+            lines A=1 and B = 2 alone are a key "A=1B", and a line ; A = 1 is a key ";A". What cannot be read twice,
+            such as a pipe, is read by the plain format alone. */
 ZEB_API_1_1 INIFILE *IniOpenChecked(const char *pszFile, ULONG ulMode, INIERROR *perr);
 
 /* Reads one described field, usually a structure with all that it holds, out of an open file.

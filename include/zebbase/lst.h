@@ -2,8 +2,8 @@
    A list is a head (LIST) and one node (LISTITEM) per element. A node carries one pointer of the caller's: the list
    never looks behind it, and frees it only in LstDeleteAllBoth. Heads and nodes come from the tracked allocator
    (mem.h). A null list or node harms nothing: what would use it is refused by result, what would free, empty or remove
-   it has nothing to do and succeeds. Nothing is reported (but by the allocator, when it fails). No call takes the list's
-   lock: who shares a list brackets its use with LstLock and LstUnlock.
+   it has nothing to do and succeeds. Nothing is reported (but by the allocator, when it fails). No call takes the
+   list's lock: who shares a list brackets its use with LstLock and LstUnlock.
 
    A list made with LST_INDEXED keeps each node's position in its ulIndex; that costs a walk over the list at every
    change but an append. In other lists every ulIndex is 0. */
@@ -114,8 +114,8 @@ static inline LISTITEM *LstFirst(const LIST *plst) { return plst ? plst->pliFirs
 #ifndef ZEBBASE_NO_MACROS
 /* Left out where a program defines ZEBBASE_NO_MACROS.
    LstFreeList             leaves null in its argument, which is a variable.
-   LstForEach(pli, plst)   begins a loop over the nodes of a list, which may be null; pli is declared by it, as a LISTITEM *.
-                           The node at hand stays in its list.
+   LstForEach(pli, plst)   begins a loop over the nodes of a list, which may be null; pli is declared by it, as a
+                           LISTITEM *. The node at hand stays in its list.
    LstForEachDeleting      the same, where the node at hand may be removed or deleted (and no other one). */
 #define LstFreeList(plst) (LstFreeList_(plst), (void)((plst) = NULL))
 #define LstForEach(pli, plst) for (LISTITEM *pli = LstFirst(plst); pli; pli = pli->pliNext)

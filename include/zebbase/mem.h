@@ -9,10 +9,10 @@
    flVerbosity. At load time the limits are 10,000,000 bytes and 10,000 blocks, and exceeding one ENDS THE PROCESS with
    exit status 1: a program with more to hold calls MemSetLimits first.
 
-   A header may be damaged in any way: nothing in it is believed before it has been held against the notes, and links that
-   are damaged are mended, in time linear in the blocks. (Only lists that free all their nodes, see lst.h, follow the
-   links of a header that is otherwise sound.) The reports name what is wrong, in this order, with file and line as the
-   header has them:
+   A header may be damaged in any way: nothing in it is believed before it has been held against the notes, and links
+   that are damaged are mended, in time linear in the blocks. (Only lists that free all their nodes, see lst.h, follow
+   the links of a header that is otherwise sound.) The reports name what is wrong, in this order, with file and line as
+   the header has them:
        Top guard corrupt. Allocated: FILE:LINE      ulGuard is wrong, or no live block is there
        Bottom guard corrupt. Allocated: FILE:LINE   so is the byte behind the data, where ulSize says it is
        Size invalid. Allocated: FILE:LINE           ulSize is below 25 or more than the block has
@@ -50,8 +50,8 @@ typedef struct MEMBLOCK {
    Result   the data, the caller's to free with MemFreeMem_. Null, with a report of kind 4 and nothing changed, when
             there is no memory or ulBytes + 25 exceeds 32 bits.
    Limits   are tested first, for a request of any size. One that would be exceeded is reported; then it ends the
-            process when it is fatal, and otherwise only warns. What is allocated while this is going on, by the function
-            that gets the report or by an exit handler, is granted beyond the limits without a report. */
+            process when it is fatal, and otherwise only warns. What is allocated while this is going on, by the
+            function that gets the report or by an exit handler, is granted beyond the limits without a report. */
 ZEB_API void *MemAllocMem_(ULONG ulBytes, ULONG ulLine, const char *pszFile) ZEB_RESULT
     __attribute__((malloc, alloc_size(1)));
 
@@ -67,8 +67,8 @@ ZEB_API ULONG MemQueryBlockSize(void *pv);
 /* Stores the bytes (overhead included) and the number of all live blocks; either pointer may be null. Result 0. */
 ZEB_API ULONG MemQueryStatus(ULONG *pulAmount, ULONG *pulBlocks);
 
-/* Stores the most bytes (overhead included) and the most blocks that have ever been held, which need not have been at the
-   same time; either pointer may be null. Result 0. An addition of version 1.1. */
+/* Stores the most bytes (overhead included) and the most blocks that have ever been held, which need not have been at
+   the same time; either pointer may be null. Result 0. An addition of version 1.1. */
 ZEB_API_1_1 ULONG MemQueryPeak(ULONG *pulAmount, ULONG *pulBlocks);
 
 /* Sets the limits, in bytes (overhead included) and in blocks, and whether exceeding one ends the process. They are
@@ -108,8 +108,8 @@ char *MemAllocString_(const char *psz, ULONG ulLine, const char *pszFile) ZEB_FR
     ZEB_FREED_BY(MemFreeString_);
 
 #ifndef ZEBBASE_NO_MACROS
-/* Additions of version 1.1, where a program does not define ZEBBASE_NO_MACROS: the operations with the place of the call
-   filled in. Those that free leave null in their argument, which is a variable. */
+/* Additions of version 1.1, where a program does not define ZEBBASE_NO_MACROS: the operations with the place of the
+   call filled in. Those that free leave null in their argument, which is a variable. */
 #define MemAllocMem(ulBytes) MemAllocMem_(ulBytes, __LINE__, __FILE__)
 #define MemNew(TYPE) ((TYPE *)MemAllocMem_(sizeof(TYPE), __LINE__, __FILE__))
 #define MemFreeMem(pv) (MemFreeMem_(pv), (void)((pv) = NULL))

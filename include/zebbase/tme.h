@@ -70,8 +70,9 @@ ZEB_API char *Tme_ctime(const REALTIME *prt, char *pszBuffer);
                                                          cut to its low 16 bits; the empty text gives 0.0
    TmeJulianStringToRealTime  2003.015.10.23.45          year, day of the year, hour, minute, second, fraction; ends at
                                                          the end of the text or at a tilde
-   A run of any length is read, up to 2147483647; larger numbers are taken as this one. An empty run is 0. A fraction of one to three
-   digits is a decimal fraction (.5 is half a second), one of four or more counts ten-thousandths as it stands. */
+   A run of any length is read, up to 2147483647; larger numbers are taken as this one. An empty run is 0. A fraction of
+   one to three digits is a decimal fraction (.5 is half a second), one of four or more counts ten-thousandths as it
+   stands. */
 ZEB_API REALTIME TmeStringToRealTime(const char *psz);
 ZEB_API REALTIME TmeJulianStringToRealTime(const char *psz);
 
@@ -83,16 +84,17 @@ ZEB_API LONG TmeMSTimeStringToLongSec(const char *psz);
 /* Jan 15 2003 10:23PM, names as above. An hour of 12 is 0, and P adds 12; without a marker the hour counts as AM. */
 ZEB_API REALTIME TmeSQLDateTimeToRealTime(const char *psz);
 
-/* Reads a time and says whether the text is one: a date, which may be followed by a time of day with or without seconds,
-   and that by an offset from UTC. White space around it is passed over. All of these are the same moment:
+/* Reads a time and says whether the text is one: a date, which may be followed by a time of day with or without
+   seconds, and that by an offset from UTC. White space around it is passed over. All of these are the same moment:
        2026-11-23_04:05:06.5      the standard form; the fraction has any number of digits, and is always a decimal one
        2026-11-23T04:05:06.5Z     that of ISO 8601, with T, _ or a blank before the time of day
        2026-11-23 05:05:06,5+01:00   also +0100 and +01
    psz      null is no time.
    prt      receives the time; null is allowed.
-   Result   0; or, with *prt as it was, the position, counted from 1, of the first character at which the text is no time:
-            a letter for a digit, the first digit of a number beyond its range (no 31 April, no second 60), the end of a
-            text that is too short. A time before 1970 or after the last one of a REALTIME stops at its first character. */
+   Result   0; or, with *prt as it was, the position, counted from 1, of the first character at which the text is no
+            time: a letter for a digit, the first digit of a number beyond its range (no 31 April, no second 60), the
+            end of a text that is too short. A time before 1970 or after the last one of a REALTIME stops at its first
+            character. */
 ZEB_API_1_1 ULONG TmeTextToRealTime(const char *psz, REALTIME *prt);
 
 /* The form of ISO 8601, to the second when there is no fraction: 2026-11-23T04:05:06Z or 2026-11-23T04:05:06.5000Z.
