@@ -20,7 +20,6 @@ struct __attribute__((packed)) everything {
   LONG l;
   int ai[2];
   ULONG ul;
-  unsigned au[2];
   float aflt[3];
   double d;
   char sz[21];
@@ -30,15 +29,14 @@ struct __attribute__((packed)) everything {
   REALTIME rt;
   char achFixed[1];
   char achDotted[7];
-  ULONG flVerbosity, ulInterval;
+  ULONG flVerbosity;
+  unsigned ulInterval;
   char abUnused[5];
-  void *pvUnused;
   char *pszUnread;
   struct everything *pnext;
   LIST *plstNumber, *plstWord;
   ROUTE aroute[2];
   LIST *plstRoute;
-  ROUTE *proute;
 };
 
 #define SIZE_NAMES(NAME) NAME("Small", 1) NAME("Big", 65535UL)
@@ -67,7 +65,6 @@ INI_FIELD(fdscWord, char[12], "Word", STRING);
   FIELD(T, l, "Long", LONG, 0)                                   \
   FIELD(T, ai, "Int", LONG, 0, NULL)                             \
   FIELD(T, ul, "ULong", ULONG, FDSC_NOPACK, "%lX", 7)            \
-  FIELD(T, au, "Unsigned", ULONG)                                \
   FIELD(T, aflt, "Float", FLOAT)                                 \
   FIELD(T, d, "Double", DOUBLE, 0, "%lg")                        \
   FIELD(T, sz, "String", STRING)                                 \
@@ -80,14 +77,12 @@ INI_FIELD(fdscWord, char[12], "Word", STRING);
   FIELD(T, flVerbosity, "Verbosity", VERBOSITY)                  \
   FIELD(T, ulInterval, "Interval", INTERVAL)                     \
   FIELD(T, abUnused, NULL, SKIPPED)                              \
-  FIELD(T, pvUnused, NULL, SKIPPED)                              \
   FIELD(T, pszUnread, NULL, PSZ, FDSC_NOINI | FDSC_NOPACK)       \
   FIELD(T, pnext, "Next", STRUCTPTR(sdscEverything), FDSC_NOINI) \
   FIELD(T, plstNumber, "Numbers", VALUELIST(fdscNumber))         \
   FIELD(T, plstWord, "Words", VALUELIST(fdscWord))               \
   FIELD(T, aroute, "Route", STRUCT(sdscRoute))                   \
-  FIELD(T, plstRoute, "Routes", STRUCTLIST(sdscRoute))           \
-  FIELD(T, proute, "Last", STRUCTPTR(sdscRoute))
+  FIELD(T, plstRoute, "Routes", STRUCTLIST(sdscRoute))
 INI_DESCRIBE(sdscEverything, struct everything, EVERYTHING_FIELDS);
 #undef STRING
 
