@@ -3,19 +3,15 @@
 #include "support.h"
 
 namespace {
-const char *const pszAtLoad = pszTaskName; // read before any test runs
-const ULONG flAtLoad = flVerbosity;
+const bool fNothingAtLoad = !pszTaskName && flVerbosity == 0; // before any test runs
 
 TEST(Base, StartSetsAndResetsTheSettings) {
-  EXPECT_EQ(pszAtLoad, nullptr);
-  EXPECT_EQ(flAtLoad, 0u);
+  EXPECT_TRUE(fNothingAtLoad);
   for (int iCall = 0; iCall < 2; iCall++) {
     BaseInit();
-
     EXPECT_STREQ(pszTaskName, "ZEBBASE");
     EXPECT_EQ(flVerbosity, 0xE000u);
     EXPECT_EQ(mtxsemMemory, 0u);
-
     pszTaskName = "other";
     BaseSetVerbosity(0xFFFF1234);
     EXPECT_EQ(flVerbosity, 0xFFFF1234u) << "is stored without a mask";
@@ -25,13 +21,10 @@ TEST(Base, StartSetsAndResetsTheSettings) {
 TEST(Base, ReplacesEachCharacterOfATextButNotItsEnd) {
   for (const char chOld : {'a', '/', '\xff', '\0'})
     for (const char chNew : {'a', '/', 'z', '\0'}) {
-      char sz[] = "a//ab\xff/";
-      std::string strExpected = sz;
+      std::string str = "a//ab\xff/", strExpected = str;
       if (chOld) std::replace(strExpected.begin(), strExpected.end(), chOld, chNew);
-
-      MscReplaceChar(sz, chOld, chNew);
-
-      EXPECT_STREQ(sz, strExpected.c_str()) << chOld << " by " << chNew;
+      MscReplaceChar(str.data(), chOld, chNew);
+      EXPECT_STREQ(str.c_str(), strExpected.c_str()) << chOld << " by " << chNew;
     }
   MscReplaceChar(nullptr, 'a', 'b');
 }
