@@ -83,36 +83,37 @@ std::string TakeValue(CMDOPTION &cmdo) { // as text; what it holds is given back
 using Cmd = FileTest;
 
 TEST_F(Cmd, AssignsValuesAndSaysWhoseMistakeEndsIt) {
-  // table           ~ arguments       ~ values         ~ code, or entry, and message
-  std::istringstream rows(R"(''                ~                 ~ ;              ~ 102
-'' '' '' ''         ~ x '' y          ~ x;;y;;         ~ 0
-''                  ~ x y             ~ x;             ~ 100 Bad parameter: y
-:3                  ~ -               ~ 7;             ~ 100 Unknown switch: -
-'' :3               ~ x y             ~ x;7;           ~ 2 Error converting: y
-!:3 '' :3           ~ -5 x 7y         ~ -5;x;7;        ~ 0
-!                   ~ -x              ~ ;              ~ 1 Error converting: -x
-!:2 !:2 :2 :2 :2 :2 ~ TRUEx - yes oN ye ''~ 1;0;1;1;0;0; ~ 0
-!:8 -a a:8 a        ~ x '' -a y z     ~ x++;1;y+z+;;   ~ 0
-!:8                 ~ -a              ~ ;              ~ 1 Error converting: -a
-! !                 ~ x               ~ x;;            ~ 100 Missing mandatory argument.
-! !-m !-n ''        ~ x -my -n z      ~ x;1;1;z;       ~ 0
-!-m1 !-n1 !-o1 !2   ~ -n x            ~ 0;1;0;x;       ~ 0
-!-m1 !-n1 !-m2      ~ -o              ~ 0;0;0;         ~ 100 Unexpected parameter: -o
-!-m1 !1 !           ~ x y             ~ 0;x;y;         ~ 0
-!-m -m '' !-m       ~ -m -m           ~ 1;1;;0;        ~ 0
-'' !-m              ~ x -m            ~ x;0;           ~ 2 Invalid use of mandatory switch: -m
-'' '' -a -b -a      ~ -bx y -a z      ~ y;z;1;1;0;     ~ 0
--a -b               ~ -b -bx -a       ~ 0;1;           ~ 2 Same switch specified twice: -bx
--a ''               ~ x               ~ 0;;            ~ 100 Bad parameter: x
-'' -a a !a -b       ~ -a -b x         ~ x;1;;;1;       ~ 0
-'' -a a !a -b b     ~ -a x y z        ~ z;1;x;y;0;;    ~ 0
--a a !a -b          ~ -a x -b         ~ 1;x;;0;        ~ 3 Missing switch argument
--a !a               ~ -a              ~ 1;;            ~ 2 Missing switch argument
--a a:3              ~ -a x            ~ 1;7;           ~ 2 Format error: x
--a1 -b1 -c2 -d -e   ~ -a -c -d -e     ~ 1;0;1;1;1;     ~ 0
--a1 -c2 -b1         ~ -b -a           ~ 1;0;1;  ~ 3 Second instance of mutually exclusive switches
-!-m1 ! !-n1 ''      ~ -m x -n         ~ 1;x;1;;        ~ 0
-!-m1 ! !-n1 ''      ~ -m x -n y       ~ 1;x;1;y; ~ 3 Second instance of mutually exclusive switches
+  // table             ~ arguments   ~ values       ~ code, or entry, and message
+  std::istringstream rows(R"(''                ~             ~ ;            ~ 102
+'' '' '' ''       ~ x '' y      ~ x;;y;;       ~ 0
+''                ~ x y         ~ x;           ~ 100 Bad parameter: y
+:3                ~ -           ~ 7;           ~ 100 Unknown switch: -
+'' :3             ~ x y         ~ x;7;         ~ 2 Error converting: y
+!:3 '' :3         ~ -5 x 7y     ~ -5;x;7;      ~ 0
+!                 ~ -x          ~ ;            ~ 1 Error converting: -x
+!:2 !:2 :2        ~ TRUEx - yes ~ 1;0;1;       ~ 0
+:2 :2 :2          ~ oN ye ''    ~ 1;0;0;       ~ 0
+!:8 -a a:8 a      ~ x '' -a y z ~ x++;1;y+z+;; ~ 0
+!:8               ~ -a          ~ ;            ~ 1 Error converting: -a
+! !               ~ x           ~ x;;          ~ 100 Missing mandatory argument.
+! !-m !-n ''      ~ x -my -n z  ~ x;1;1;z;     ~ 0
+!-m1 !-n1 !-o1 !2 ~ -n x        ~ 0;1;0;x;     ~ 0
+!-m1 !-n1 !-m2    ~ -o          ~ 0;0;0;       ~ 100 Unexpected parameter: -o
+!-m1 !1 !         ~ x y         ~ 0;x;y;       ~ 0
+!-m -m '' !-m     ~ -m -m       ~ 1;1;;0;      ~ 0
+'' !-m            ~ x -m        ~ x;0;         ~ 2 Invalid use of mandatory switch: -m
+'' '' -a -b -a    ~ -bx y -a z  ~ y;z;1;1;0;   ~ 0
+-a -b             ~ -b -bx -a   ~ 0;1;         ~ 2 Same switch specified twice: -bx
+-a ''             ~ x           ~ 0;;          ~ 100 Bad parameter: x
+'' -a a !a -b     ~ -a -b x     ~ x;1;;;1;     ~ 0
+'' -a a !a -b b   ~ -a x y z    ~ z;1;x;y;0;;  ~ 0
+-a a !a -b        ~ -a x -b     ~ 1;x;;0;      ~ 3 Missing switch argument
+-a !a             ~ -a          ~ 1;;          ~ 2 Missing switch argument
+-a a:3            ~ -a x        ~ 1;7;         ~ 2 Format error: x
+-a1 -b1 -c2 -d -e ~ -a -c -d -e ~ 1;0;1;1;1;   ~ 0
+-a1 -c2 -b1       ~ -b -a       ~ 1;0;1;       ~ 3 Second instance of mutually exclusive switches
+!-m1 ! !-n1 ''    ~ -m x -n     ~ 1;x;1;;      ~ 0
+!-m1 ! !-n1 ''    ~ -m x -n y   ~ 1;x;1;y;     ~ 3 Second instance of mutually exclusive switches
 )");
   for (std::string strRow; std::getline(rows, strRow);) {
     const Texts row = Split(strRow);

@@ -8,7 +8,7 @@ extern "C" const FDSC *const pfdscRecordedInC;
 namespace {
 using Descriptions = IniTest;
 
-// A name, the type's code, the count, and what is not zero of tag, flags, format and the nested description.
+// Name, type by its code, count, and what there is of tag, flags, format and nested description.
 std::string Show(const FDSC &fdsc, const void *pvWithin = nullptr) {
   std::ostringstream str;
   str << (fdsc.pszName ? fdsc.pszName : "-") << ':' << fdsc.ulType << '*' << fdsc.ulCount;

@@ -198,9 +198,6 @@ TEST_F(ErrorTest, TextsOfAnyLengthAreCutToFit) {
     EXPECT_EQ(Line().substr(10), (":305419896)I0001 " + strMessage).substr(0, 511 - 15) + '\n');
     Put(ERR_TYPE_CONSOLE, VERB_INFO, 100);
     EXPECT_EQ(Line().substr(26), (" Open failed on file: " + str).substr(0, 128) + '\n');
-    Reports reports;
-    ErrPutError(nullptr, 0, VERB_ERROR, 1, nullptr, 1, nullptr, "%s", str.c_str());
-    EXPECT_EQ(reports.Take(), Texts{strMessage});
     EXPECT_EQ(Put(ERR_TYPE_POPUP, VERB_ERROR, 1), 0u);
     EXPECT_EQ(astrShown.back(), (str + ":305419896 Win Error\n" + strMessage +
                                  "\nPress OK to continue or CANCEL to abort")
