@@ -69,9 +69,20 @@ Refuses <<'EOF'
 s/USHORT ausBool/ULONG ausBool/        ~ everything.ausBool: BOOL16 is for integers of 16 bits
 s/int iBool/float iBool/               ~ everything.iBool: BOOL32 is for integers of 32 bits
 s/BYTE ab\[/char ab[/                  ~ everything.ab: BYTE is for unsigned chars
+s/ SHORT s;/ USHORT s;/                ~ everything.s: SHORT is for shorts
+s/USHORT us;/SHORT us;/                ~ everything.us: USHORT is for unsigned shorts
 s/int ai\[2\]/int ai[2][2]/            ~ everything.ai: LONG is for longs and ints
 s/ULONG ul;/LONG ul;/                  ~ everything.ul: ULONG is for unsigned longs and ints
+s/float aflt/ULONG aflt/               ~ everything.aflt: FLOAT is for floats
+s/double d;/long long d;/              ~ everything.d: DOUBLE is for doubles
+s/char \*apsz/const char *apsz/        ~ everything.apsz: PSZ is for pointers to char
+s/USHORT usEnum/ULONG usEnum/          ~ everything.usEnum: ENUM16 is for values of 16 bits
+s/COLOUR acolour/float acolour/        ~ everything.acolour: ENUM32 is for values of 32 bits
+s/REALTIME rt/long long rt/            ~ everything.rt: REALTIME is for doubles
+s/char achFixed/BYTE achFixed/         ~ everything.achFixed: FIXEDSTRING is for arrays of char
 s/char achDotted\[7/char achDotted[8/  ~ everything.achDotted: DOTTED is for arrays of char as long as sdscPlace
+s/ULONG flVerbosity/LONG flVerbosity/  ~ everything.flVerbosity: VERBOSITY is for unsigned longs and ints
+s/flVerbosity, ulI/flVerbosity, *ulI/  ~ everything.ulInterval: INTERVAL is for unsigned longs and ints
 s/\*pnext;/*pnext[2];/                 ~ everything.pnext: STRUCTPTR is for one pointer to the record
 s/LIST \*plstNumber/void *plstNumber/  ~ everything.plstNumber: VALUELIST is for one LIST pointer
 s/ROUTE aroute/REALTIME aroute/        ~ everything.aroute: STRUCT is for the record of sdscRoute
