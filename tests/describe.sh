@@ -82,7 +82,7 @@ s/REALTIME rt/long long rt/            ~ everything.rt: REALTIME is for doubles
 s/char achFixed/BYTE achFixed/         ~ everything.achFixed: FIXEDSTRING is for arrays of char
 s/char achDotted\[7/char achDotted[8/  ~ everything.achDotted: DOTTED is for arrays of char as long as sdscPlace
 s/ULONG flVerbosity/LONG flVerbosity/  ~ everything.flVerbosity: VERBOSITY is for unsigned longs and ints
-s/flVerbosity, ulI/flVerbosity, *ulI/  ~ everything.ulInterval: INTERVAL is for unsigned longs and ints
+s/unsigned ulI/short ulI/                ~ everything.ulInterval: INTERVAL is for unsigned longs and ints
 s/\*pnext;/*pnext[2];/                 ~ everything.pnext: STRUCTPTR is for one pointer to the record
 s/LIST \*plstNumber/void *plstNumber/  ~ everything.plstNumber: VALUELIST is for one LIST pointer
 s/ROUTE aroute/REALTIME aroute/        ~ everything.aroute: STRUCT is for the record of sdscRoute
@@ -91,7 +91,7 @@ s/fdscWord, char\[12\]/fdscWord, char/ ~ fdscWord: STRING is for arrays of char
 
 s/fdscNumber, double,/fdscNumber, double[2],/  ~ everything.plstNumber: VALUELIST is for .* single values
 s/char\[12\],\(.*\)STRING/ROUTE,\1STRUCT(sdscRoute)/ ~ everything.plstWord: VALUELIST is for .* single values
-s/65535UL/65536/                               ~ everything.usEnum: ENUM16 is for values .* all those of edscSize
+s/65535UL/65536/                       ~ everything.usEnum: ENUM16 is for values .* all those of edscSize
 s/0xFFFFFFFEUL/0x100000000LL/                  ~ edscColour: has a value that 32 bits do not hold
 s/NAME("Small", 1)/&&&&&&&&&&&&&&&&/           ~ edscSize: has more than INI_MAX_NAMES names
 s/"Town", 3/"Town", 0/                         ~ sdscPlace: has a subfield without a width
