@@ -1,7 +1,7 @@
 # What `cmake --install` copies: the library, its headers, and what pkg-config and find_package(zebbase) look for.
 
 install(TARGETS zebbase EXPORT zebbase LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/zebbase DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/zebbase DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 configure_file(cmake/zebbase.pc.in zebbase.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zebbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Stages an installation, and builds and runs the README's program against it, as C and as C++.
+# Stages an installation, and builds and runs the README's programs against it: that in C as both languages.
 # usage: CC=... CXX=... CMAKE=... [RUN=emulator] readme_test.sh README BUILD_FOLDER LIBRARY
 # shellcheck source=tests/script.sh
 . "$(dirname "$0")/script.sh"
@@ -28,14 +28,15 @@ DESTDIR=$work/stage "$CMAKE" --install "$build" >/dev/null
 installed=$(find "$work/stage" -name libzebbase.so)
 cmp "$library" "$installed" || Fail "what is tested is not what is installed"
 
-# shellcheck disable=SC2016 # no command, but the fences of a block
-sed -n '/^```c$/,/^```$/{ /^```/d; p; }' "$readme" >server.c
+for language in c cpp; do sed -n "/^\`\`\`$language\$/,/^\`\`\`\$/{ /^\`\`\`/d; p; }" "$readme" >server.$language; done
 sed -n '/^    \[ server.ini \]/,/^$/s/^    //p' "$readme" >good.ini
 sed -n 's/^    [0-9]*(\(server.c:.*\)/(\1/p' "$readme" | sed 's/[[]/\\&/' >shown
-for compiler in "$CC -std=c99 -x c" "$CXX -std=c++17 -static-libstdc++ -static-libgcc -x c++"; do
+cpp="$CXX -std=c++17 -static-libstdc++ -static-libgcc"
+for compiler in "$CC -std=c99 server.c" "$cpp -x c++ server.c" "$cpp server.cpp"; do
   # shellcheck disable=SC2046 # options
-  Compile "$compiler" server.c -x none -o server $(PkgConfig --cflags --libs) -Wl,-rpath,"$(dirname "$installed")"
+  Compile "$compiler" -x none -o server $(PkgConfig --cflags --libs) -Wl,-rpath,"$(dirname "$installed")"
   rm -f server.ini
+  case $compiler in *.cpp) sed -i 's/:[0-9]*)/:[0-9]*)/' shown ;; esac # what is shown is of the other program
   Says 1 '(server.c:[0-9]*)E0000 server.ini: No such file or directory'
   echo '[ Server' >server.ini
   Says 1 '(server.c:[0-9]*)E0000 server.ini:1: .*'
