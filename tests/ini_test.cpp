@@ -30,8 +30,8 @@ class IniFiles : public IniTest {
 
   // An entry as a file may have it, and as EntriesOf gives it.
   void AddEntry(std::string &strFile, std::string &strEntries) {
-    const bool fTitle = Random(3) == 0;
-    const std::string strName = (fTitle ? "" : "a") + Some({"A", "b", "1"}, 3),
+    const bool fTitle = Random(4) == 0;
+    const std::string strName = (fTitle ? "" : "a") + Some({"A", "1", "2"}, 2),
                       strValue = std::to_string(Random(100)), strEnd = Random(2) ? "\n" : "\r\n";
     const std::string astrForm[] = {strValue + strEnd, strEnd + strValue + strEnd,
                                     "\"" + strValue + "\"",
@@ -56,7 +56,7 @@ class IniFiles : public IniTest {
   // Names that are often found, and items of lists that no list can have.
   void Redescribe(FDSC &fdsc) {
     static const SDSC sdscEmpty = {};
-    fdsc.pszName = Random(2) ? "A" : "AB";
+    fdsc.pszName = Random(2) ? "A" : "AA";
     if (Random(8) == 0) fdsc.flFlags = FDSC_NOINI;
     if (fdsc.ulType != FT_VALUELIST) return;
     auto &fdscItem = *static_cast<FDSC *>(fdsc.pvDesc);
