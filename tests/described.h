@@ -183,8 +183,8 @@ class IniTest : public FileTest {
     return OpenIni("input");
   }
 
-  // A description of structures within one another, in place of the one before. Names have four
-  // letters, so that joined names never collide.
+  // A description of structures within one another, in place of the one before. Names are of one
+  // length, F100 and so on, so that joined and numbered names never collide.
   FDSC NewDescription(int iDepth) {
     names_.clear();
     sdscs_.clear();
@@ -213,17 +213,16 @@ class IniTest : public FileTest {
 
  private:
   FDSC Named(ULONG ulType, ULONG ulCount, const void *pvDesc) {
-    std::string &strName = names_.emplace_back("Faaa");
-    for (ULONG ul = 1, ulName = names_.size(); ul < 4; ul++, ulName /= 26)
-      strName[ul] = static_cast<char>('a' + ulName % 26);
-    return Field(strName.c_str(), ulType, ulCount, pvDesc);
+    names_.push_back("F" + std::to_string(100 + names_.size()));
+    return Field(names_.back().c_str(), ulType, ulCount, pvDesc);
   }
 
   const SDSC *NewStructure(int iDepth) {
     static const ULONG aulType[] = {FT_STRUCT, FT_STRUCT, FT_STRUCTLIST, FT_STRUCTPTR};
     SDSC &sdsc = sdscs_.emplace_back();
-    for (ULONG ul = Random(9); ul > 0; ul--) Add(sdsc, NewArray());
-    if (Random(2)) Add(sdsc, Named(FT_VALUELIST, 1, &items_.emplace_back(NewValue())));
+    for (ULONG ul = Random(9); ul > 0; ul--)
+      Add(sdsc, NewValue(ulFewest_ + Random(ulMost_ + 1 - ulFewest_), Random(10) ? 0 : FDSC_NOINI));
+    if (Random(2)) Add(sdsc, Named(FT_VALUELIST, 1, &items_.emplace_back(NewValue(1, 0))));
     for (ULONG ul = iDepth > 0 ? Random(4) : 0; ul > 0; ul--) {
       const ULONG ulType = OneOf(aulType);
       const ULONG ulCount = ulType == FT_STRUCT ? ulFewest_ + Random(4 - ulFewest_) : 1;
@@ -231,16 +230,10 @@ class IniTest : public FileTest {
     }
     return &sdsc;
   }
-  FDSC NewArray() {
-    FDSC fdsc = NewValue();
-    if (!IsText(fdsc)) fdsc.ulCount = ulFewest_ + Random(ulMost_ + 1 - ulFewest_);
-    if (Random(10) == 0) fdsc.flFlags = FDSC_NOINI;
-    return fdsc;
-  }
-  FDSC NewValue() {
-    FDSC fdsc = Named(Random(FT_INTERVAL + 1), 1, nullptr);
-    if (IsText(fdsc)) fdsc.ulCount = 1 + Random(31);
-    if (fdsc.ulType == FT_DOTTED) fdsc.ulCount = 7;
+  FDSC NewValue(ULONG ulElements, ULONG fl) {
+    FDSC fdsc = Named(Random(FT_INTERVAL + 1), ulElements, nullptr);
+    fdsc.flFlags = fl;
+    if (IsText(fdsc)) fdsc.ulCount = fdsc.ulType == FT_DOTTED ? 7 : 1 + Random(31);
     if (fdsc.ulType == FT_DOTTED) fdsc.pvDesc = &sdscDotted_;
     if (IsEnumeration(fdsc)) fdsc.pvDesc = &edsc_;
     if (fdsc.ulType == FT_ULONG && Random(2)) fdsc.pszFormat = "%lX";

@@ -103,60 +103,57 @@ const struct {
   ULONG ulClass;
   const char *pszBad, *pszBeyond;
 } aSample[] = {
-    {Field("", FT_BOOL16), "true~Truely~yes~NO~false ", INI_FINDING_TRUTH, "1~YES ~falsely", ""},
-    {Field("", FT_BOOL32), "TRUE", INI_FINDING_TRUTH, "on~\"\"", ""},
-    {Field("", FT_BYTE), "0~255~+7 ~-0", ulNumber, "0x1~1 2", "256~-1"},
-    {Field("", FT_SHORT), "-32768~32767", ulNumber, "x~-", "-32769~32768"},
-    {Field("", FT_USHORT), "65535~\"\t1\"", ulNumber, "1.5~\"\"", "65536"},
-    {Field("", FT_LONG), "-2147483648", ulNumber, "", "2147483648~-99999999999999999999999"},
-    {Field("", FT_ULONG), "4294967295", ulNumber, "", "4294967296~18446744073709551617~-1"},
-    {Field("", FT_FLOAT), "1.5~-0.0~inf~1e38", ulNumber, "1,5", "1e39~-.1e-60"},
-    {Field("", FT_DOUBLE), "1e308~0x1p4~nan", ulNumber, "e", "1e309~1e-400"},
-    {Field("", FT_STRING, 4), "abc~\"\"", ulText, "abcd~\"abc \"", ""},
-    {Field("", FT_PSZ), "anything", 0, "", ""},
-    {Field("", FT_ENUM16, 1, &edscColour), "red~GREEN", INI_FINDING_NAME, "gren~red ", ""},
-    {Field("", FT_ENUM32, 1, &edscColour), "Red", INI_FINDING_NAME, "1", ""},
-    {Field("", FT_REALTIME), "2026-11-23T04:05:06.5Z", INI_FINDING_TIME, "2026-13-01~x", ""},
-    {Field("", FT_REALTIME), "2026-11-23", INI_FINDING_TIME, "2026-11-23 04:05+01", ""},
-    {Field("", FT_FIXEDSTRING, 3), "abc  ~a", ulText, "abcd~a\xC3\xA4", ""},
-    {Field("", FT_DOTTED, 5, &sdscParts), "ab.cde~a~.b ", ulText, "abc.d~a.b.c~a.bcde", ""},
-    {Field("", FT_VERBOSITY), "Error|area12", INI_FINDING_VERBOSITY, "Error,Info~Area13~Area", ""},
-    {Field("", FT_VERBOSITY), "info Debug", INI_FINDING_VERBOSITY, "\"\"", ""},
-    {Field("", FT_INTERVAL), "1d2h3m4s~90 ~1h 30m", INI_FINDING_INTERVAL, "2H~1 h~\"\"", "49711d"},
+    {Field("a", FT_BOOL16), "true~Truely~yes~NO~false ", INI_FINDING_TRUTH, "1~YES ~falsely", ""},
+    {Field("b", FT_BOOL32), "TRUE", INI_FINDING_TRUTH, "on~\"\"", ""},
+    {Field("c", FT_BYTE), "0~255~+7 ~-0", ulNumber, "0x1~1 2", "256~-1"},
+    {Field("d", FT_SHORT), "-32768~32767", ulNumber, "x~-", "-32769~32768"},
+    {Field("e", FT_USHORT), "65535~\"\t1\"", ulNumber, "1.5~\"\"", "65536"},
+    {Field("f", FT_LONG), "-2147483648", ulNumber, "", "2147483648~-99999999999999999999999"},
+    {Field("g", FT_ULONG), "4294967295", ulNumber, "", "4294967296~18446744073709551617~-1"},
+    {Field("h", FT_FLOAT), "1.5~-0.0~inf~1e38", ulNumber, "1,5", "1e39~-.1e-60"},
+    {Field("i", FT_DOUBLE), "1e308~0x1p4~nan", ulNumber, "e", "1e309~1e-400"},
+    {Field("j", FT_STRING, 4), "abc~\"\"", ulText, "abcd~\"abc \"", ""},
+    {Field("k", FT_PSZ), "anything", 0, "", ""},
+    {Field("l", FT_ENUM16, 1, &edscColour), "red~GREEN", INI_FINDING_NAME, "gren~red ", ""},
+    {Field("m", FT_ENUM32, 1, &edscColour), "Red", INI_FINDING_NAME, "1", ""},
+    {Field("n", FT_REALTIME), "2026-11-23T04:05:06.5Z", INI_FINDING_TIME, "2026-13-01~x", ""},
+    {Field("o", FT_REALTIME), "2026-11-23", INI_FINDING_TIME, "2026-11-23 04:05+01", ""},
+    {Field("p", FT_FIXEDSTRING, 3), "abc  ~a", ulText, "abcd~a\xC3\xA4", ""},
+    {Field("q", FT_DOTTED, 5, &sdscParts), "ab.cde~a~.b ", ulText, "abc.d~a.b.c~a.bcde", ""},
+    {Field("r", FT_VERBOSITY), "Error|area12", INI_FINDING_VERBOSITY, "Error,Info~Area13~Area", ""},
+    {Field("s", FT_VERBOSITY), "info Debug", INI_FINDING_VERBOSITY, "\"\"", ""},
+    {Field("t", FT_INTERVAL), "1d2h3m4s~90 ~1h 30m", INI_FINDING_INTERVAL, "2H~1 h~\"\"", "49711d"},
 };
 
 TEST_F(IniChecked, FindsTheMistakesThatWereMade) {
+  SDSC sdsc = {};
+  for (const auto &sample : aSample) Add(sdsc, sample.fdsc);
   for (int i = 0; i < 3000; i++) {
-    SDSC sdsc = {};
     std::vector<FOUND> expected;
-    std::string strFile = "[x]\n[Data]\n", astrName[20];
-    for (std::string &strName : astrName) {
-      const auto &[fdsc, pszGood, ulClass, pszBad, pszBeyond] = OneOf(aSample);
+    std::string strFile = "[x]\n[Data]\n";
+    ULONG ulMissing = 0;
+    for (const auto &[fdsc, pszGood, ulClass, pszBad, pszBeyond] : aSample) {
       const bool fBeyond = Random(2);
       const Texts good = Split(pszGood), bad = Split(fBeyond ? pszBeyond : pszBad);
       const ULONG ulMistake = Random(8);
-      const bool fWrong = ulMistake == 0 && !bad.empty();
-      strName = "Fields"s + static_cast<char>('a' + sdsc.ulFields);
-      Add(sdsc, fdsc);
-      sdsc.afdsc[sdsc.ulFields - 1].pszName = strName.c_str();
-      if (ulMistake != INI_FINDING_MISSING)
-        strFile += strName + " = " + OneOf(fWrong ? bad : good) + "\n";
-      const std::string strSecond = strName + (ulMistake == INI_FINDING_UNKNOWN ? "x" : "");
-      if (ulMistake == INI_FINDING_UNKNOWN || ulMistake == INI_FINDING_TWICE)
-        strFile += strSecond + " = 1\n";
-      if (ulMistake > 0 && ulMistake <= INI_FINDING_TWICE)
-        expected.emplace_back(strSecond, ulMistake);
+      const bool fWrong = ulMistake == 0 && !bad.empty(),
+                 fMissing = ulMistake == INI_FINDING_MISSING;
+      std::string strName = fdsc.pszName;
+      if (!fMissing) strFile += strName + " = " + OneOf(fWrong ? bad : good) + "\n";
       if (fWrong) expected.emplace_back(strName, fBeyond ? INI_FINDING_RANGE : ulClass);
+      if (ulMistake == 0 || ulMistake > INI_FINDING_TWICE) continue;
+      if (ulMistake == INI_FINDING_UNKNOWN) strName += "x";
+      if (!fMissing) strFile += strName + " = 1\n";
+      expected.emplace_back(strName, ulMistake);
+      ulMissing += fMissing;
     }
-    const auto IsMistake = [](const FOUND &found) { return found.second != INI_FINDING_MISSING; };
-    const auto cMistakes = std::count_if(expected.begin(), expected.end(), IsMistake);
 
     const ULONG ulResult = ReadChecked(OpenChecked(strFile, INI_MODE_READ), Field("Data", sdsc));
 
     std::sort(expected.begin(), expected.end());
     std::sort(found_.begin(), found_.end());
     ASSERT_EQ(found_, expected) << strFile;
-    ASSERT_EQ(ulResult, static_cast<ULONG>(cMistakes));
+    ASSERT_EQ(ulResult, expected.size() - ulMissing);
   }
 }
 } // namespace
