@@ -324,6 +324,7 @@ TEST_F(IniFiles, DecideOnReferences) {
 TEST_F(IniFiles, AreForgottenWhole) {
   const SDSC sdsc = Describe({Field("N", FT_PSZ, 1, nullptr, FDSC_NOINI), Field("T", FT_PSZ, 2),
                               Field("Q", FT_STRUCTLIST, 1, &sdsc)});
+  Reports reports;
   struct RECORD {
     char *pszOther, *apsz[2];
     LIST *plst;
@@ -341,7 +342,8 @@ TEST_F(IniFiles, AreForgottenWhole) {
   IniFreeData(&rec, nullptr);
 
   EXPECT_EQ(std::memcmp(&rec, &recNothing, sizeof rec), 0) << "what no file has stays";
-  EXPECT_EQ(Blocks(), 1u) << "data that lead back are freed once";
+  EXPECT_EQ(Blocks(), 1u);
+  EXPECT_EQ(reports.Take(), Texts()) << "data that lead back are freed once";
   MemFreeMem_(rec.pszOther);
 }
 } // namespace

@@ -61,6 +61,7 @@ TEST_F(IniWriting, GoesOnceAroundReferencesThatLeadBackAndSoDoesReading) {
   const SDSC sdsc = Describe({Field("L", FT_LONG), Field("A", FT_STRUCTPTR, 1, &sdsc),
                               Field("B", FT_STRUCTPTR, 1, &sdsc)});
   const FDSC fdsc = Field("N", FT_STRUCTPTR, 1, &sdsc);
+  Reports reports;
   for (int i = 0; i < 300; i++) {
     NODE *pnodeTop = nullptr;
     std::map<std::string, NODE *> nodes;
@@ -94,7 +95,8 @@ TEST_F(IniWriting, GoesOnceAroundReferencesThatLeadBackAndSoDoesReading) {
       EXPECT_EQ(std::memcmp(nodes[str], &node, sizeof node), 0) << str;
       if (node.l == 0) MemFreeMem_(nodes[str]);
     }
-    IniFreeData(&pnodeTop, &fdsc); // once around as well
+    IniFreeData(&pnodeTop, &fdsc);
+    ASSERT_EQ(reports.Take(), Texts()) << "each is freed once";
   }
 }
 } // namespace
