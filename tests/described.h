@@ -182,6 +182,12 @@ class IniTest : public FileTest {
     Write(str);
     return OpenIni("input");
   }
+  Ini OpenChecked(const std::string &str, ULONG ulMode) {
+    Write(str);
+    Ini ini(IniOpenChecked("input", ulMode, &err_));
+    EXPECT_EQ(err_.ulCode == 0, ini != nullptr) << str << err_.szText;
+    return ini;
+  }
 
   // A description of structures within one another, in place of the one before. Names are of one
   // length, F100 and so on, so that joined and numbered names never collide.
@@ -210,6 +216,7 @@ class IniTest : public FileTest {
   }
 
   ULONG ulFewest_ = 1, ulMost_ = 3; // elements of an array
+  INIERROR err_ = {};
 
  private:
   FDSC Named(ULONG ulType, ULONG ulCount, const void *pvDesc) {

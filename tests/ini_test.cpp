@@ -10,12 +10,6 @@ using namespace std::string_literals;
 
 class IniFiles : public IniTest {
  protected:
-  Ini OpenChecked(const std::string &str, ULONG ulMode) {
-    Write(str);
-    Ini ini(IniOpenChecked("input", ulMode, &err_));
-    EXPECT_EQ(err_.ulCode == 0, ini != nullptr) << str << err_.szText;
-    return ini;
-  }
   std::string Error() const { // "CODE line: text"; other files than the input have a name
     static const Texts codes =
         Words("OK SYSTEM MEMORY ARGUMENT HEADER MARK TITLE KEY QUOTE LENGTH ENTRIES");
@@ -70,8 +64,6 @@ class IniFiles : public IniTest {
     const FailMalloc fail(Random(2) ? Random(10) : Random(100));
     return run();
   }
-
-  INIERROR err_ = {};
 };
 
 TEST_F(IniFiles, AreOpenedInTheirFormatAndAsPeopleWriteThem) {

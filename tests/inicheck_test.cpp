@@ -7,11 +7,6 @@ using namespace std::string_literals;
 
 class IniChecked : public IniTest {
  protected:
-  static Ini OpenChecked(const std::string &str, ULONG ulMode) {
-    Write(str);
-    return Ini(IniOpenChecked("input", ulMode, nullptr));
-  }
-
   // Reads what the plain reader reads too, and keeps what is told meanwhile.
   ULONG ReadChecked(const Ini &ini, const FDSC &fdsc) {
     Data data(fdsc), dataPlain(fdsc);
