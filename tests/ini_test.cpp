@@ -251,7 +251,7 @@ struct Model {
   }
 };
 
-// What the plain reader takes, the others take alike. Where one call of malloc fails, nothing leaks.
+// What the plain reader takes, the others take alike. When a call of malloc fails, nothing leaks.
 TEST_F(IniFiles, AreReadAsInPlainSteps) {
   const Reports reports;
   int acTaken[2] = {};

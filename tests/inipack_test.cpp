@@ -74,7 +74,8 @@ class IniPack : public IniTest {
     Decorate(fdscTop);
     return fdscTop;
   }
-  // Puts an accepted description to every use. Vectors have just their bytes: sanitizers see others.
+
+  // Puts an accepted description to every use. Vectors have just their bytes: sanitizers see more.
   void UseAccepted(Bytes ab, ULONG fSwap) {
     const ULONG ulAt = Random(3);  // any offset
     Bytes abAt = ab, abAgain = ab; // its padding stays
