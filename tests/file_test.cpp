@@ -1,12 +1,11 @@
 // file_test.cpp: path names, directory queries, the wildcard matcher and the searches.
 
+#include <fnmatch.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <map>
-#include <set>
+#include <regex>
 
 #include "input.h"
 #include "zebbase/fil.h"
@@ -15,25 +14,52 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Path { // a buffer of the documented size
-  char sz[FIL_MAX_PATH] = "stale";
-  Path() = default;
-  explicit Path(const std::string &str) { std::strcpy(sz, str.c_str()); }
+  char sz[FIL_MAX_PATH];
+  explicit Path(const std::string &str = "stale") { std::strcpy(sz, str.c_str()); }
 };
 
-std::string LongPath(size_t cb) { // components of 49 characters, below the root
-  std::string str;
-  while (str.size() < cb) str += str.size() % 50 ? 'x' : '/';
-  return str;
+std::string CurrentPath() {
+  Path path;
+  const std::string strFailure = FilGetPath(path.sz) ? "" : "unreadable";
+  return strFailure + path.sz;
 }
 
-std::string With(const std::string &str, char ch, const std::string &strFor) { // its first ch
-  const size_t cb = str.find(ch);
-  return cb == str.npos ? str : str.substr(0, cb) + strFor + str.substr(cb + 1);
+Texts Find(bool fFiles, const char *pszWhere, const std::string &strThenRemove = "") {
+  Texts astr;
+  FILSEARCH *psearch = nullptr;
+  Path path;
+  while (fFiles ? FilGetNextPathName(&psearch, pszWhere, path.sz, 0xFFFF)
+                : FilGetNextPath(&psearch, pszWhere, path.sz)) {
+    fs::remove(strThenRemove);
+    astr.push_back(path.sz);
+    pszWhere = nullptr; // is looked at in the first call only
+  }
+  EXPECT_EQ(psearch, nullptr);
+  std::sort(astr.begin(), astr.end());
+  return astr;
 }
 
-ino_t CurrentInode() { // of the current directory, which may have no name
-  struct stat st;
-  return stat(".", &st) == 0 ? st.st_ino : 0;
+// Makes a call, or one for each argument. Result: what it gives, and leaves in its buffers.
+Texts Call(const std::string &strCall, Texts args) {
+  const std::map<std::string, BOOL (*)(const char *)> asking = {
+      {"directory", FilDirExists}, {"path", FilPathExists}, {"exists", FilPathNameExists},
+      {"enter", FilSetPath},       {"make", FilMakeDir},    {"make-path", FilMakePath}};
+  if (asking.contains(strCall)) {
+    for (std::string &str : args)
+      str = asking.at(strCall)(str.c_str()) ? "1" : strerrorname_np(errno);
+    return args;
+  }
+  args.resize(3);
+  Path path(args[0]), pathMapped;
+  if (strCall == "files") return Find(true, path.sz, args[1]);
+  if (strCall == "directories") return Find(false, path.sz);
+  BOOL f = 0;
+  if (strCall == "close") f = FilNormalizePath(path.sz, path.sz) == path.sz;
+  if (strCall == "resolve") f = FilMakeAbsDir(path.sz, args[1].c_str());
+  if (strCall == "check") f = FilCheckPathName(path.sz, std::stoul(args[1]), std::stoul(args[2]));
+  if (strCall != "map") return {std::to_string(f), path.sz};
+  f = FilDirMatch(path.sz, args[1].c_str(), args[2].c_str(), pathMapped.sz);
+  return {std::to_string(f), path.sz, pathMapped.sz};
 }
 
 class Fil : public FileTest {
@@ -41,8 +67,23 @@ class Fil : public FileTest {
   static void Make(const Texts &files) {
     for (const std::string &str : files) std::ofstream(str).put('x');
   }
-  const fs::path path_ = fs::current_path();
-  const std::string strHere_ = path_.string() + "/";
+  std::string Filled(std::string str) const { // @ is the test's folder; @/%x is as long as a path
+    for (size_t cb; (cb = str.find_first_of("@%")) != str.npos;) // may be
+      str.replace(cb, 1, str[cb] == '@' ? strHere_ : std::string(253 - strHere_.size(), 'x'));
+    return str;
+  }
+  // Makes the calls of a table. Where one changes the current directory, its results end with it.
+  void Expect(const std::string &strTable) const {
+    const std::string strBefore = CurrentPath();
+    for (const Texts &row : Rows(Filled(strTable))) {
+      const auto it = std::find(row.begin(), row.end(), "->");
+      Texts astr = Call(row[0], Texts(row.begin() + 1, it));
+      if (CurrentPath() != strBefore) astr.push_back(CurrentPath());
+      if (CurrentPath() != strBefore) fs::current_path(strHere_);
+      EXPECT_EQ(astr, Texts(it + 1, row.end())) << testing::PrintToString(row);
+    }
+  }
+  const std::string strHere_ = fs::current_path();
 };
 
 TEST_F(Fil, TakesThePartsOfAPathInBothForms) {
@@ -55,303 +96,178 @@ TEST_F(Fil, TakesThePartsOfAPathInBothForms) {
       {FilExtOfFileName, FilGetExtOfFileName},
       {FilDirNameOf, FilGetDirNameOf},
       {FilParentOf, FilGetParentOf}};
-  const auto rows = Rows(R"(
+  for (const Texts &row : Rows(R"(
 path                file-name directory path        disk name   extension dir-name parent
-C:/usr/lib/name.ext name.ext  /usr/lib/ C:/usr/lib/ C:   name   ext       lib      C:/usr/lib/
+C:/u.r/lib/na.me.ü  na.me.ü   /u.r/lib/ C:/u.r/lib/ C:   na.me  ü         lib      C:/u.r/lib/
 /a/b/c/             -         /a/b/c/   /a/b/c/     -    ''     ''        c        /a/b/
 a/file              file      a/        a/          -    file   ''        a        a/
 file                file      -         -           -    file   ''        -        -
-C:name.x            name.x    -         C:          C:   C:name x         -        -
 a:b:c               b:c       -         a:          a:   a:b:c  ''        -        -
 a:b/c:d/e           e         b/c:d/    a:b/c:d/    a:   e      ''        c:d      a:b/c:d/
 C:/x                x         /         C:/         C:   x      ''        /        C:/
 /                   -         /         /           -    ''     ''        /        -
-//x                 x         //        //          -    x      ''        ''       //
+//.x                .x        //        //          -    ''     x         ''       //
 C:                  -         -         C:          C:   C:     ''        -        -
 ''                  -         -         -           -    ''     ''        -        -
 /a.b/c              c         /a.b/     /a.b/       -    c      b/c       a.b      /a.b/
-/a/b.x.y            b.x.y     /a/       /a/         -    b.x    y         a        /a/
-/ä-ÿ/.ü             .ü        /ä-ÿ/     /ä-ÿ/       -    ''     ü         ä-ÿ      /ä-ÿ/
-)");
-  for (size_t i = 0; i < std::size(aPart); i++) {
-    const auto &[pfnKeep, pfnGet] = aPart[i];
-    for (const Texts &row : rows) {
-      SCOPED_TRACE("part " + std::to_string(i) + " of " + row[0]);
-      const BOOL fThere = row[i + 1] != "-"; // which only the form in place says
-      Path pathKept(row[0]), pathGot;
-      EXPECT_EQ(pfnKeep(pathKept.sz), fThere);
-      EXPECT_EQ(pfnGet(pathGot.sz, row[0].c_str()), 1u);
-      for (const Path *p : {&pathKept, &pathGot}) EXPECT_EQ(p->sz, fThere ? row[i + 1] : "");
-    }
-    Path pathFits, pathLong, pathNull;
-    EXPECT_EQ(pfnGet(pathFits.sz, LongPath(255).c_str()), 1u);
-    EXPECT_EQ(pfnGet(pathLong.sz, LongPath(256).c_str()) + pfnGet(pathNull.sz, nullptr), 0u);
-    EXPECT_EQ(std::string(pathLong.sz) + pathNull.sz, "");
-    EXPECT_EQ(pfnGet(nullptr, "/a") + pfnKeep(nullptr), 0u);
-  }
-}
-
-TEST_F(Fil, ClosesAndResolvesDirectoriesByTextAndRefusesWhatDoesNotFit) {
-  const std::string strRoom1 = LongPath(254), strRoom5 = LongPath(249) + "/"; // so much is left
-  const std::map<std::string, std::string> closed = {
-      {"", ""}, {"C:", "C:"}, {"/a", "/a/"}, {"/", "/"}, {strRoom1, strRoom1 + "/"}};
-  for (const auto &[strDir, strClosed] : closed) {
-    Path path(strDir);
-    EXPECT_EQ(FilNormalizePath(path.sz, path.sz), path.sz);
-    EXPECT_EQ(path.sz, strClosed);
-  }
-  EXPECT_EQ(FilNormalizePath(Path().sz, (strRoom1 + "x").c_str()), nullptr);
-
-  for (const Texts &row : Rows(R"(
-directory     from     absolute
-a/./b/../c    /u       /u/a/c/
-x/y           /home/u/ /home/u/x/y/
-//a//b        /u/      /a/b/
-''            /u       /u/
-../..         /u/v/    /
-../../..      /u/v/    refused
-/../x         /u/      refused
-a/../../x     /        refused
-.a/..b/.../.  /        /.a/..b/.../
-1234          %        %1234/
-12345/../1234 %        %1234/
-12345         %        refused
-./%..         %        refused
 )")) {
-    const std::string strDir = With(row[0], '%', strRoom5);
-    Path path(strDir);
-    const BOOL fResolved = FilMakeAbsDir(path.sz, With(row[1], '%', strRoom5).c_str());
-    EXPECT_EQ(fResolved ? path.sz : "refused", With(row[2], '%', strRoom5)) << row[0];
-    EXPECT_TRUE(fResolved || path.sz == strDir);
+    for (size_t i = 0; i < std::size(aPart); i++) {
+      Path pathKept(row[0]), pathGot(row[0]);
+      const BOOL fThere = aPart[i].first(pathKept.sz); // which only the form in place says
+      EXPECT_EQ(fThere ? pathKept.sz : std::string("-") + pathKept.sz, row[i + 1]) << row[0];
+      EXPECT_EQ(aPart[i].second(pathGot.sz, pathGot.sz), 1u);
+      EXPECT_STREQ(pathGot.sz, pathKept.sz);
+    }
+  }
+  for (const auto &[pfnKeep, pfnGet] : aPart) {
+    Path pathLong, pathNull;
+    EXPECT_EQ(pfnGet(pathLong.sz, Filled("@/%xx").c_str()) + pfnGet(pathNull.sz, nullptr), 0u);
+    EXPECT_EQ(pfnGet(nullptr, "/a") + pfnKeep(nullptr), 0u);
+    EXPECT_EQ(std::string(pathLong.sz) + pathNull.sz, "");
   }
 }
 
-TEST_F(Fil, PlacesChecksAndEnters) {
-  const std::string strFull(255 - strHere_.size(), 'x'), strLong = "sub/" + strFull;
-  fs::create_directory("sub");
-  Make({"file"});
-  const struct {
-    std::string strPath;
-    ULONG ulMode, ulPart, fResult;
-    std::string strAfter, strStandsIn; // @ is where it stood
-  } aCase[] = {
-      {"name.txt", FIL_CHECK_NONE, 99, 1, "@name.txt", "@"},
-      {"name.txt", FIL_CHECK_EXISTS, FIL_PART_DISK, 1, "", "@"},
-      {"./sub//../sub/x", FIL_CHECK_EXISTS, FIL_PART_DIR, 1, "@sub/", "@"},
-      {"no/x", 77, FIL_PART_FILENAME, 1, "x", "@"},
-      {"no/x", FIL_CHECK_ENTER, FIL_PART_FILENAME, 0, "no/", "@"},
-      {"file/x", FIL_CHECK_EXISTS, FIL_PART_FILENAME, 0, "file/", "@"},
-      {"/../x", FIL_CHECK_NONE, FIL_PART_PATHNAME, 1, "/../x", "@"},
-      {"/x", FIL_CHECK_ENTER, FIL_PART_PATHNAME, 1, "/x", "/"},
-      {"sub/x", FIL_CHECK_ENTER, FIL_PART_PATH, 1, "@sub/", "@sub/"},
-      {strFull, FIL_CHECK_NONE, FIL_PART_PATHNAME, 1, "@" + strFull, "@"},
-      {strLong, FIL_CHECK_ENTER, FIL_PART_PATHNAME, 0, strLong, "@"},
-  };
-  for (const auto &c : aCase) {
-    SCOPED_TRACE(testing::Message() << c.strPath << " in mode " << c.ulMode);
-    fs::current_path(path_);
-    Path path(c.strPath), pathNow;
-    EXPECT_EQ(FilCheckPathName(path.sz, c.ulMode, c.ulPart), c.fResult);
-    EXPECT_EQ(path.sz, With(c.strAfter, '@', strHere_));
-    EXPECT_EQ(FilGetPath(pathNow.sz), With(c.strStandsIn, '@', strHere_));
-  }
-}
-
-TEST_F(Fil, MakesMissingParentsWithPermissions) {
-  const mode_t flBefore = umask(022);
-  const auto Mode = [](const char *psz) { return unsigned(fs::status(psz).permissions()); };
-  EXPECT_EQ(FilMakeDir("one/"), 1u);
-  EXPECT_EQ(Mode("one"), 0755u);
-  EXPECT_EQ(FilMakePath((strHere_ + "one/2/3/4").c_str()), 1u);
-  EXPECT_EQ(FilMakeDir("rel/ä b/x/"), 1u);
-  EXPECT_EQ(FilMakeDir("new/../x/y"), 0u) << "the second component exists by then";
-  for (const char *psz : {"one/2", "one/2/3", "one/2/3/4", "rel/ä b/x", "new"})
-    EXPECT_EQ(Mode(psz), 0700u) << psz;
-
-  Make({"file"});
-  for (const std::string &str : Texts{"one/2/3/4", "one", "", "file/x/y", LongPath(256), "/"})
-    EXPECT_EQ(FilMakeDir(str.c_str()), 0u) << str;
-  EXPECT_EQ(errno, EEXIST) << "the root is not walked";
-  umask(flBefore);
-}
-
-TEST_F(Fil, KnowsWhatExists) {
+TEST_F(Fil, ResolvesChecksAndMapsPathNames) {
   fs::create_directory("dir");
   Make({"file"});
-  fs::create_symlink("dir", "link");
-  fs::create_symlink("nowhere", "dangling");
-  const std::map<std::string, int> errors = {{"/", 0},          {"dir", 0},
-                                             {"dir/", 0},       {"link/", 0},
-                                             {".", 0},          {"", ENOENT},
-                                             {"file", ENOTDIR}, {"dangling", ENOENT},
-                                             {"no/", ENOENT},   {LongPath(256), ENAMETOOLONG}};
-  for (const auto &[strPath, iErrno] : errors) {
-    SCOPED_TRACE(strPath);
-    const BOOL fEntered = iErrno == 0;
-    fs::current_path(path_);
-    const ino_t ino = CurrentInode();
-    EXPECT_EQ(FilDirExists(strPath.c_str()), fEntered);
-    EXPECT_EQ(fEntered ? 0 : errno, iErrno);
-    EXPECT_EQ(FilPathExists(strPath.c_str()), fEntered);
-    EXPECT_EQ(FilPathNameExists(strPath.c_str()), fEntered || strPath == "file");
-    EXPECT_EQ(CurrentInode(), ino);
-    EXPECT_EQ(FilSetPath(strPath.c_str()), fEntered || strPath.empty());
-    EXPECT_TRUE(fEntered || CurrentInode() == ino);
-    EXPECT_TRUE(strPath != "/" || std::string(FilGetPath(Path().sz)) == "/");
-  }
+  Expect(R"(
+call    arguments               -> result
+close   ''                      -> 1 ''
+close   C:                      -> 1 C:
+close   /                       -> 1 /
+close   @/%                     -> 1 @/%/
+close   @/%x                    -> 0 ''
+resolve a/./b/../c   /u         -> 1 /u/a/c/
+resolve //a//b       /u/        -> 1 /a/b/
+resolve a            C:         -> 1 C:a/
+resolve ../..        /u/v/      -> 1 /
+resolve ../../..     /u/v/      -> 0 ../../..
+resolve .a/..b/.../. /          -> 1 /.a/..b/.../
+resolve %x/..        @          -> 1 @/
+resolve %x           @          -> 0 %x
+resolve x/y/..       @/%        -> 0 x/y/..
+check   name.txt        2  99   -> 1 @/name.txt
+check   name.txt        0  0    -> 1 ''
+check   ./dir//../dir/x 0  1    -> 1 @/dir/
+check   no/x            77 3    -> 1 x
+check   no/x            1  3    -> 0 no/
+check   file/x          0  3    -> 0 file/
+check   /../x           2  4    -> 1 /../x
+check   /x              1  4    -> 1 /x /
+check   dir/x           1  2    -> 1 @/dir/ @/dir/
+check   %x              2  4    -> 1 @/%x
+check   dir/%           1  4    -> 0 dir/%
+map     dir/s/f.txt dir to      -> 1 dir/s to/s/f.txt
+map     DIR/x       dir to      -> 1 DIR to/x
+map     /x          ''  to      -> 1 '' to/x
+map     d@/%        d   D       -> 1 d@ D@/%
+map     d@/%        d   newer   -> 0 d@ stale
+map     dirt/x      dir to      -> 0 dirt stale
+map     x           dir to      -> 0 x stale
+map     dir/s/x     dir file    -> 0 dir/s file/s
+)");
+  EXPECT_TRUE(fs::is_directory("to/s") && !fs::exists("newer"));
+}
 
-  struct statvfs vfs;
-  ASSERT_EQ(statvfs("/", &vfs), 0);
-  const ULONG ulFree = static_cast<ULONG>(1ULL * vfs.f_bavail * vfs.f_bsize);
+TEST_F(Fil, MakesMissingParentsWithPermissionsAndKnowsWhatExists) {
+  const mode_t flBefore = umask(022);
+  Make({"file"});
+  fs::create_symlink("one", "link");
+  fs::create_symlink("nowhere", "dangling");
+  Expect(R"(
+call      arguments                         -> results
+make      one/ @/one/2/3/4 rel/ä/x/         -> 1 1 1
+make      one one/2/3/4 / file/x/y '' @/%xx -> EEXIST EEXIST EEXIST EEXIST ENOENT ENAMETOOLONG
+make-path new/../x/y                        -> EEXIST
+directory / link/ '' dangling file @/%xx    -> 1 1 ENOENT ENOENT ENOTDIR ENAMETOOLONG
+path      / no/                             -> 1 ENOENT
+exists    file dangling @/%xx               -> 1 ENOENT ENAMETOOLONG
+enter     /                                 -> 1 /
+enter     link/                             -> 1 @/one/
+enter     '' file                           -> 1 ENOTDIR
+)");
+  umask(flBefore);
+  const auto Mode = [](const char *psz) { return unsigned(fs::status(psz).permissions()); };
+  EXPECT_EQ(Mode("one"), 0755u);
+  for (const char *psz : {"one/2", "one/2/3", "one/2/3/4", "rel/ä/x", "new"})
+    EXPECT_EQ(Mode(psz), 0700u) << psz;
+
+  const auto ulFree = static_cast<ULONG>(fs::space("/").available);
   const auto lDifference = static_cast<LONG>(FilGetPathFree("/") - ulFree);
   EXPECT_LT(std::labs(lDifference), 256'000'000) << "other programs write there";
   EXPECT_EQ(FilGetPathFree("no"), 0u);
 }
 
-TEST_F(Fil, RefusesNullTexts) {
+TEST_F(Fil, NeedsNoNameOfTheCurrentDirectoryForWhatIsAbsolute) {
+  for (const std::string &str : {std::string("removed"), Filled("%/%")}) { // or is too long
+    const ScratchFolder scratch;
+    fs::create_directories(str);
+    fs::current_path(str);
+    fs::remove(scratch.path() / "removed");
+    EXPECT_EQ(CurrentPath(), "unreadable");
+    Expect(R"(
+call      arguments    -> result
+directory /tmp         -> 1
+directory /tmp/no/such -> ENOENT
+check     x      2 4   -> 0 x
+check     /tmp/x 2 4   -> 1 /tmp/x
+check     /tmp/x 0 4   -> 0 /tmp/
+files     *            ->
+)");
+  }
+}
+
+TEST_F(Fil, MatchesAsTheRuntimeDoesButForWhatFollowsAStar) {
+  const std::regex regexStar(R"(\*(.))"); // there it is always itself
+  for (int i = 0; i < 50000; i++) {
+    const std::string strMask = SomeChars("aB.?**", 8), strName = SomeChars("aBb.*", 9);
+    const std::string strGlob = std::regex_replace(strMask, regexStar, R"(*\$1)");
+    const BOOL fMatch = fnmatch(strGlob.c_str(), strName.c_str(), 0) == 0;
+    ASSERT_EQ(FilFileMatch(strMask.c_str(), strName.c_str()), fMatch) << strMask << " " << strName;
+  }
+  EXPECT_EQ(FilFileMatch("*a*a*a*a*a*a*a*a*b", std::string(100000, 'a').c_str()), 0u);
+}
+
+TEST_F(Fil, FindsWhatMatchesAndFits) {
+  for (const char *psz : {"d/inner", "e"}) fs::create_directories(psz);
+  for (const char *psz : {"%", "%y"}) fs::create_directory(Filled(psz));
+  Make({"d/a.x", "d/b.x", "d/*", "d/.x", "d/ä.x", "d/huge.x", "e/a", Filled("%x"), Filled("%xx")});
+  fs::resize_file("d/huge.x", 5'000'000'000);
+  fs::create_symlink("huge.x", "d/link.x");
+  fs::create_directory_symlink("inner", "d/dirlink.x");
+  fs::create_symlink("nowhere", "e/dangling");
+  mkfifo("d/fifo.x", 0600);
+  for (int i = 0; i < 3000; i++) fs::create_hard_link("d/a.x", "n" + std::to_string(i));
+  EXPECT_EQ(Find(true, "n*").size(), 3000u);
+  Expect(R"(
+call        arguments     -> result
+files       ./no/../d/?.x -> @/d/a.x @/d/b.x
+files       d/*i*         -> @/d/link.x
+files       d/inner/*     ->
+files       no/*          ->
+files       x*            -> @/%x
+files       e/?           -> @/e/a
+files       e/*           ->
+directories e/            ->
+directories @/            -> @/../ @/./ @/d/ @/e/ @/%/
+directories d/            -> d/../ d/./ d/dirlink.x/ d/inner/
+directories d             ->
+files       d/*.x d/b.x   -> @/d/.x @/d/a.x @/d/b.x @/d/huge.x @/d/link.x @/d/ä.x
+)");
+}
+
+TEST_F(Fil, RefusesNullTextsAndEndsASearchEarly) {
   FILSEARCH *psearch = nullptr;
   Path path;
   EXPECT_EQ(FilMakeAbsDir(path.sz, nullptr) + FilCheckPathName(nullptr, 0, 0), 0u);
   EXPECT_EQ(FilDirExists(nullptr) + FilMakeDir(nullptr) + FilSetPath(nullptr), 0u);
   EXPECT_EQ(FilFileMatch(nullptr, "a") + FilGetPathFree(nullptr), 0u);
-  EXPECT_EQ(FilGetNextPathName(&psearch, nullptr, path.sz, 0), 0u);
   EXPECT_EQ(FilGetNextPath(&psearch, nullptr, path.sz), 0u);
-}
-
-// The current directory is removed, or has a name that is too long: nothing moves, and what needs
-// its name refuses.
-TEST_F(Fil, LeavesAnUnreadableCurrentDirectoryAlone) {
-  for (const bool fRemoved : {true, false}) {
-    const ScratchFolder scratch;
-    const std::string strDir(50, 'd');
-    for (int i = 0; i < (fRemoved ? 1 : 6); i++)
-      ASSERT_TRUE(FilMakeDir(strDir.c_str()) && FilSetPath(strDir.c_str()));
-    if (fRemoved) fs::remove(scratch.path() / strDir);
-    const ino_t ino = CurrentInode();
-
-    Path pathNow, pathRelative("x"), pathAbsolute("/tmp/x"), pathNoWayBack("/tmp/x");
-    FILSEARCH *psearch = nullptr;
-    EXPECT_EQ(FilGetPath(pathNow.sz), nullptr);
-    EXPECT_EQ(FilDirExists("/tmp") - FilDirExists("/tmp/no/such"), 1u);
-    EXPECT_EQ(FilCheckPathName(pathRelative.sz, FIL_CHECK_NONE, FIL_PART_PATHNAME), 0u);
-    EXPECT_EQ(FilCheckPathName(pathAbsolute.sz, FIL_CHECK_NONE, FIL_PART_PATHNAME), 1u);
-    EXPECT_EQ(FilCheckPathName(pathNoWayBack.sz, FIL_CHECK_EXISTS, FIL_PART_PATHNAME), 0u);
-    EXPECT_EQ(FilGetNextPathName(&psearch, "*", pathNow.sz, 0), 0u);
-    EXPECT_EQ(Texts({pathNow.sz, pathRelative.sz, pathAbsolute.sz, pathNoWayBack.sz}),
-              Texts({"", "x", "/tmp/x", "/tmp/"}));
-    EXPECT_EQ(CurrentInode(), ino);
-  }
-}
-
-bool NaiveMatch(const char *pszMask, const char *pszName) {
-  if (*pszMask == '\0') return *pszName == '\0';
-  if (*pszMask != '*')
-    return *pszName && (*pszMask == '?' || *pszMask == *pszName) &&
-           NaiveMatch(pszMask + 1, pszName + 1);
-  if (pszMask[1] == '\0') return true;
-  for (; *pszName; pszName++)
-    if (*pszName == pszMask[1] && NaiveMatch(pszMask + 2, pszName + 1)) return true;
-  return false;
-}
-
-TEST_F(Fil, MatchesByTheRecursiveRule) {
-  ULONG ulMatches = 0;
-  for (int i = 0; i < 300000; i++) {
-    const std::string strMask = SomeChars("aB.?**", 8);
-    const std::string strName = SomeChars("aBb.*", 9);
-    const BOOL fMatch = NaiveMatch(strMask.c_str(), strName.c_str());
-    ASSERT_EQ(FilFileMatch(strMask.c_str(), strName.c_str()), fMatch) << strMask << " " << strName;
-    ulMatches += fMatch;
-  }
-  EXPECT_GT(ulMatches, 10000u);
-  EXPECT_EQ(FilFileMatch("*a*a*a*a*a*a*a*a*b", std::string(100000, 'a').c_str()), 0u);
-}
-
-using Names = std::multiset<std::string>;
-
-Names FindAll(bool fFiles, const char *pszWhere, const std::string &strThenRemove = "") {
-  Names names;
-  FILSEARCH *psearch = nullptr;
-  Path path;
-  while (fFiles ? FilGetNextPathName(&psearch, pszWhere, path.sz, 0xFFFF)
-                : FilGetNextPath(&psearch, pszWhere, path.sz)) {
-    fs::remove(strThenRemove);
-    names.insert(path.sz);
-    pszWhere = nullptr; // is looked at in the first call only
-  }
-  EXPECT_EQ(psearch, nullptr);
-  return names;
-}
-
-TEST_F(Fil, FindsWhatMatches) {
-  const std::string strIn = strHere_ + "d/";
-  fs::create_directories("d/inner");
-  Make({"d/a.x", "d/b.x", "d/*", "d/.x", "d/ä b.x", "d/huge.x"});
-  fs::resize_file("d/huge.x", 5'000'000'000);
-  fs::create_symlink("huge.x", "d/link.x");
-  fs::create_directory_symlink("inner", "d/dirlink.x");
-  mkfifo("d/fifo.x", 0600);
-  Names strsX;
-  for (const char *psz : {"a.x", "b.x", ".x", "ä b.x", "huge.x", "link.x"})
-    strsX.insert(strIn + psz);
-
-  EXPECT_EQ(FindAll(true, "d/*.x"), strsX);
-  EXPECT_EQ(FindAll(true, "./no/../d/?.x"), (Names{strIn + "a.x", strIn + "b.x"}));
-  EXPECT_EQ(FindAll(true, "d/*.x", "d/b.x"), strsX) << "a name that leaves after the first call";
-  EXPECT_EQ(FindAll(true, "d/*i*"), Names{strIn + "link.x"});
-  EXPECT_EQ(FindAll(true, "*"), Names{}) << "a directory without files";
-  EXPECT_EQ(FindAll(true, "no/*"), Names{});
-  EXPECT_EQ(FindAll(false, "d/"), (Names{"d/./", "d/../", "d/inner/", "d/dirlink.x/"}));
-  EXPECT_EQ(FindAll(false, "d"), Names{}) << "without its closing separator";
-
-  fs::create_symlink("nowhere", "d/z.dangling");
-  EXPECT_EQ(FindAll(true, "d/*.x").size(), 5u) << "a dangling link that does not match";
-  EXPECT_EQ(FindAll(true, "d/*g"), Names{}) << "a dangling link that matches";
-  EXPECT_EQ(FindAll(false, "d/"), Names{}) << "a dangling link among all entries";
-}
-
-TEST_F(Fil, FindsInLargeDirectoriesWhatFits) {
-  const std::string strFits(255 - strHere_.size(), 'f'), strDir(254 - strHere_.size(), 'd');
-  LiftLimits();
-  Make({strFits, strFits + 'g'});
-  for (const char *psz : {"", "a", "b", "c", "d", "e"}) fs::create_directory(strDir + psz);
-  for (int i = 0; i < 12000; i++) fs::create_hard_link(strFits, "n" + std::to_string(i));
-
-  EXPECT_EQ(FindAll(true, "f*"), Names{strHere_ + strFits});
-  EXPECT_EQ(FindAll(false, strHere_.c_str()).size(), 3u);
-  EXPECT_EQ(FindAll(true, "n*").size(), 12000u);
-
-  FILSEARCH *psearch = nullptr; // that nobody takes to its end
-  Path path;
-  EXPECT_EQ(FilGetNextPathName(&psearch, "n*", path.sz, 0), 1u);
-  FilEndSearch(&psearch);
-  EXPECT_EQ(psearch, nullptr);
-  FilEndSearch(&psearch);
-  FilEndSearch(nullptr);
-}
-
-TEST_F(Fil, MapsIntoAnotherTree) {
+  EXPECT_EQ(FilGetNextPathName(&psearch, nullptr, path.sz, 0), 0u);
   Make({"file"});
-  for (Texts row : Rows(R"(
-path-name        from to     directory mapped
-dir/sub/file.txt dir  to     dir/sub   to/sub/file.txt
-DIR/x            dir  to     DIR       to/x
-/x               ''   to     ''        to/x
-dir/@            dir  six/ch dir       six/ch/@
-dirt/x           dir  to     dirt      refused
-dir/x/y          dir/ to     dir/x     refused
-x                dir  to     x         refused
-dir/sub/x        dir  file   dir/sub   refused
-dir/s/@          dir  newer  dir/s     refused
-)")) {
-    for (std::string &str : row) str = With(str, '@', std::string(248, 'x'));
-    Path path(row[0]), pathMapped;
-    const BOOL fMapped = FilDirMatch(path.sz, row[1].c_str(), row[2].c_str(), pathMapped.sz);
-    EXPECT_EQ(fMapped ? pathMapped.sz : "refused", row[4]) << row[0];
-    EXPECT_STREQ(path.sz, row[3].c_str());
-    EXPECT_TRUE(!fMapped || fs::is_directory(fs::path(row[4]).parent_path()));
-    EXPECT_TRUE(fMapped || std::string(pathMapped.sz) == (row[2] == "file" ? "file/sub" : "stale"));
-  }
-  EXPECT_FALSE(fs::exists("newer"));
+  EXPECT_EQ(FilGetNextPathName(&psearch, "*", path.sz, 0), 1u);
+  for (FILSEARCH **phsearch : {&psearch, &psearch, static_cast<FILSEARCH **>(nullptr)})
+    FilEndSearch(phsearch);
+  EXPECT_EQ(psearch, nullptr);
 }
 } // namespace
