@@ -66,10 +66,9 @@ class MemoryTest : public NoLeak {
   }
   void Damage(const BLOCK &block, const Heap &heap) { // in any way
     MEMBLOCK &mb = block.Header();
-    const ULONG ulFrom = Random(24), ulTo = ulFrom + 1 + Random(24 - ulFrom);
-    const auto bFill = static_cast<BYTE>(Random(256));
-    for (ULONG ul = ulFrom; Random(4) && ul < ulTo; ul++)
-      reinterpret_cast<BYTE *>(&mb)[ul] = Random(2) ? bFill : static_cast<BYTE>(Random(256));
+    const ULONG ulFrom = Random(25);
+    std::memset(reinterpret_cast<BYTE *>(&mb) + ulFrom, static_cast<BYTE>(Random(256)),
+                Random(25 - ulFrom));
     if (Random(4) == 0) mb.ulSize = Random(2) ? 23 + Random(3) : block.ulSize + Random(3);
     if (Random(4) == 0) mb.pmbNext = &OneOf(heap).Header(); // a block, but the wrong one
     if (Random(4) == 0) mb.pmbPrev = &OneOf(heap).Header();
