@@ -70,8 +70,9 @@ class MemoryTest : public NoLeak {
     std::memset(reinterpret_cast<BYTE *>(&mb) + ulFrom, static_cast<BYTE>(Random(256)),
                 Random(25 - ulFrom));
     if (Random(4) == 0) mb.ulSize = Random(2) ? 23 + Random(3) : block.ulSize + Random(3);
-    if (Random(4) == 0) mb.pmbNext = &OneOf(heap).Header(); // a block, but the wrong one
-    if (Random(4) == 0) mb.pmbPrev = &OneOf(heap).Header();
+    MEMBLOCK &mbOther = OneOf(heap).Header(); // both: a link that leads back, but to the wrong one
+    if (Random(4) == 0) mb.pmbNext = &mbOther;
+    if (Random(4) == 0) mbOther.pmbPrev = &mb;
     if (Random(4) == 0) block.pch[block.ulSize - 25] = 0;
   }
 };
@@ -202,12 +203,11 @@ TEST_F(MemoryTest, LetsTheSanitizerStopWhatLeavesABlock) {
 
 TEST_F(MemoryTest, WarnsOfALimitThatIsNotFatal) {
   Reports reports;
-  EXPECT_EQ(MemSetLimits(150, 2, 0), 0u);
-  for (char *pch : {Alloc(100), Alloc(0), Alloc(100)}) MemFreeMem_(pch); // two reach the limits
+  EXPECT_EQ(MemSetLimits(275, 2, 0), 0u);
+  for (char *pch : {Alloc(100), Alloc(0), Alloc(100)}) MemFreeMem_(pch); // the amount is reached
   EXPECT_EQ(Alloc(0xFFFFFFFF), nullptr);
-  EXPECT_EQ(reports.Take(), (Messages{"Exceeded MaxAmountMemoryAllowed 275 > 150",
-                                      "Exceeded MaxNumBlocksAllowed 3 > 2",
-                                      "Exceeded MaxAmountMemoryAllowed 4294967295 > 150",
+  EXPECT_EQ(reports.Take(), (Messages{"Exceeded MaxNumBlocksAllowed 3 > 2",
+                                      "Exceeded MaxAmountMemoryAllowed 4294967295 > 275",
                                       "A NULL pointer was detected."}));
 }
 
