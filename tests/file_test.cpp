@@ -127,6 +127,8 @@ C:                  -         -         C:          C:   C:     ''        -     
   }
 }
 
+// To check takes a mode (0 exists, 1 enter, none) and a part (0 disk, directory, path, file name, 4
+// path name), as FIL_CHECK_ and FIL_PART_ name them.
 TEST_F(Fil, ResolvesChecksAndMapsPathNames) {
   fs::create_directory("dir");
   Make({"file"});
@@ -174,6 +176,7 @@ TEST_F(Fil, MakesMissingParentsWithPermissionsAndKnowsWhatExists) {
   Make({"file"});
   fs::create_symlink("one", "link");
   fs::create_symlink("nowhere", "dangling");
+  // As soon as there is new, there is new/.. as well, which is to be made.
   Expect(R"(
 call      arguments                         -> results
 make      one/ @/one/2/3/4 rel/ä/x/         -> 1 1 1
