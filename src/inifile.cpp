@@ -308,6 +308,11 @@ INIFILE *IniOpenChecked(const char *pszFile, ULONG ulMode, INIERROR *perr) {
   return OpenChecked(pszFile, ulMode == INI_MODE_LENIENT, error);
 }
 
+ULONG IniQueryLine(INIFILE *pini, ULONG ulEntry) {
+  const CHECKEDFILE *pchk = pini ? CheckedFile(pini) : nullptr;
+  return pchk && ulEntry < pini->ulEntries ? pchk->aulLine[ulEntry] : 0;
+}
+
 BOOL ParseFile(PARSECTX *pprs, INIFILE *pini) {
   ErrorRecord nobody(nullptr, "");
   PrsNextLine(pprs);

@@ -172,6 +172,11 @@ typedef struct INIERROR {
             such as a pipe, is read by the plain format alone. */
 ZEB_API_1_1 INIFILE *IniOpenChecked(const char *pszFile, ULONG ulMode, INIERROR *perr);
 
+/* The line in which entry ulEntry of an open file begins, counted from 1; for programs that look entries up on their
+   own, and have something to say of one. An addition of version 1.1. Result 0 for an entry that is not there, and for a
+   handle that is not one of IniOpenChecked's. */
+ZEB_API_1_1 ULONG IniQueryLine(INIFILE *pini, ULONG ulEntry);
+
 /* Reads one described field, usually a structure with all that it holds, out of an open file.
    pvData   the field's data. A value whose key is missing stays as it was, and in an array all after it too; a missing
             section leaves its structure as it was.
