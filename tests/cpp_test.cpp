@@ -1,5 +1,5 @@
-// cpp_test.cpp: the owners, lists and settings of zebbase.hpp. (describe_test.cpp has its descriptions, cpp.sh what the
-// compiler refuses.)
+// cpp_test.cpp: the owners, lists and settings of zebbase.hpp. (describe_test.cpp has its
+// descriptions, cpp.sh what the compiler refuses.)
 
 #include "zebbase/zebbase.hpp"
 

@@ -2,8 +2,37 @@
 
 #include "described.h"
 #include "recorded.h"
+#include "zebbase/zebbase.hpp"
 
 extern "C" const FDSC *const pfdscRecordedInC;
+
+namespace inmembers { // the same from members, without macros
+using namespace zebbase;
+using T = everything;
+constexpr EDSC edscSize = names<ULONG>({{"Small", 1}, {"Big", 65535}});
+constexpr EDSC edscColour = names<LONG>({{"Red", COLOUR_RED}, {"Blue", COLOUR_BLUE}, {"All", -2}});
+constexpr SDSC sdscPlace = parts({{"Town", 3}, {"Rack", 4}});
+constexpr auto sdscRoute =
+    describe<ROUTE>(field("Target", &ROUTE::szTarget), field("Hops", &ROUTE::usHops));
+constexpr auto fdscNumber = value<double>("Number").format("%lg");
+constexpr auto fdscWord = value<char[12]>("Word");
+extern const Structure<T> sdscAll;
+constexpr Structure<T> sdscAll = describe<T>(
+    field<FT_BOOL16>("Bool16", &T::ausBool), field<FT_BOOL32>("Bool32", &T::iBool),
+    field("Byte", &T::ab), field("Short", &T::s), field("UShort", &T::us), field("Long", &T::l),
+    field("Int", &T::ai), field("ULong", &T::ul).format("%lX").flags(FDSC_NOPACK).tag(7),
+    field("Float", &T::aflt), field("Double", &T::d).format("%lg"), field("String", &T::sz),
+    field("Psz", &T::apsz), field("Enum16", &T::usEnum, edscSize),
+    field("Enum32", &T::acolour, edscColour), field<FT_REALTIME>("RealTime", &T::rt),
+    field<FT_FIXEDSTRING>("Fixed", &T::achFixed), field("Dotted", &T::achDotted, sdscPlace),
+    field<FT_VERBOSITY>("Verbosity", &T::flVerbosity),
+    field<FT_INTERVAL>("Interval", &T::ulInterval), skipped(&T::abUnused),
+    field(nullptr, &T::pszUnread).flags(FDSC_NOINI | FDSC_NOPACK),
+    field("Next", &T::pnext, sdscAll).flags(FDSC_NOINI),
+    field("Numbers", &T::plstNumber, fdscNumber), field("Words", &T::plstWord, fdscWord),
+    field("Route", &T::aroute, sdscRoute), field("Routes", &T::plstRoute, sdscRoute));
+constexpr auto fdscAll = record("Everything", sdscAll);
+} // namespace inmembers
 
 namespace {
 using Descriptions = IniTest;
@@ -46,6 +75,7 @@ Everything:25*1(
 
   EXPECT_EQ(Words(Show(fdscEverything)), astrExpected);
   EXPECT_EQ(Words(Show(*pfdscRecordedInC)), astrExpected);
+  EXPECT_EQ(Words(Show(inmembers::fdscAll.fdsc)), astrExpected);
 }
 
 TEST_F(Descriptions, OfCAndOfCppReadAndWriteTheSame) {
