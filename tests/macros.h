@@ -1,4 +1,5 @@
-/* macros.h: a program that uses every macro of the headers, for both languages. Each function gives 1 when all went well. */
+/* macros.h: a program that uses every macro of the headers, for both languages. Each function gives
+   1 when all went well. */
 #ifndef MACROS_H
 #define MACROS_H
 
