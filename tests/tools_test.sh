@@ -1,0 +1,120 @@
+#!/bin/sh
+# Runs zebini and zebtag as their users do, on good, broken and hostile files.
+# usage: [RUN=emulator] tools_test.sh ZEBINI ZEBTAG HOSTLOG   (with strict.ini beside the last)
+# shellcheck source=tests/script.sh
+. "$(dirname "$0")/script.sh"
+
+zebini=$(realpath "$1")
+zebtag=$(realpath "$2")
+hostlog=$(realpath "$3")
+settings=$(dirname "$hostlog")/strict.ini
+cd "$work"
+
+# Expects STATUS TEXT PROGRAM [ARGUMENT...]: TEXT (for printf) is the output, errors included.
+Expects() {
+  status=0 expected=$1 text=$2
+  shift 2
+  Run "$@" >out 2>&1 || status=$?
+  [ "$status" -eq "$expected" ] || Fail "$*: status $status: $(cat out)"
+  printf %b "$text" | diff - out >&2 || Fail "$*: output"
+}
+
+# Sets CHANGES SECTION KEY VALUE: the lines that differ afterwards, < for the old ones; none when it is refused.
+Sets() {
+  changes=$1 status=0
+  shift
+  cp edited.ini before.ini
+  Run "$zebini" set link.ini "$@" 2>err || status=$?
+  found=$(diff before.ini edited.ini | grep '^[<>]' | tr '\n' '~') || true
+  [ "$found" = "$changes" ] || Fail "set $*: $found"
+  [ -n "$changes" ] || { [ "$status" -eq 2 ] && [ -s err ]; } || Fail "set $*: not refused"
+}
+
+cat >edited.ini <<'EOT'
+# mine
+top = 1
+[ Server ]
+  Name = "alpha"  
+Port=80 
+Long = "one
+  two" "three"
+Next =
+  value
+[ Server Route 1 ]
+Empty=
+[ Last ]
+EOT
+chmod 640 edited.ini
+ln -s edited.ini link.ini
+Expects 0 'alpha\n' "$zebini" get link.ini server name
+Expects 1 '' "$zebini" get link.ini server top
+Expects 0 '[Last]\n' "$zebini" list link.ini last
+Expects 0 '[ServerRoute1]\n[ServerRoute1] Empty = \n' "$zebini" list link.ini 'Server Route 1'
+Sets '< top = 1~> top = 2~' '' TOP 2
+Sets '> new = 3~' '' new 3
+Sets '<   Name = "alpha"  ~>   Name = "be ta"  ~' Server Name 'be ta'
+Sets '<   Name = "be ta"  ~>   Name = be"ta~' Server Name 'be"ta'
+Sets '< Port=80 ~> Port=" 81"~' Server Port ' 81'
+Sets '< Long = "one~<   two" "three"~> Long = ""~' Server Long ''
+Sets '< Next =~<   value~> Next = -5~' Server Next -5
+Sets '> a b = c = d~' Server 'a b' 'c = d'
+Sets '< Empty=~> Empty=full~' ServerRoute1 Empty full
+Sets '>   first = 1~' Last first 1
+Sets '> ~> [ New One ]~>   k = v~' 'New One' k v
+Sets '' Server Port "$(printf 'a\nb')"
+Sets '' Server Port "$(printf %0128d 0)"
+Sets '' Server 'a b c' 1
+{ [ "$(stat -c %a edited.ini)" = 640 ] && [ -L link.ini ] && [ "$(find . -name 'edited.ini*' | wc -l)" -eq 1 ]; } ||
+  Fail "not the old file's mode, link or folder: $(ls -l)"
+Expects 0 '' "$zebini" check edited.ini
+Expects 0 '' "$zebini" diff edited.ini link.ini
+Run "$zebini" set before.ini Last first 2
+Run "$zebini" set before.ini More k v
+Expects 1 '-[Last] first = 1\n+[Last] first = 2\n+[More]\n+[More] k = v\n' "$zebini" diff edited.ini before.ini
+: >empty.ini
+Run "$zebini" set empty.ini a b c
+Expects 0 '[a]\n[a] b = c\n' "$zebini" list empty.ini
+Expects 2 'zebini: the output cannot be written\n' sh -c "${RUN-} '$zebini' list edited.ini >/dev/full"
+Expects 2 'none: No such file or directory\n' "$zebini" set none a b c
+
+printf '[ x ]\n[ a\nb = 1\n[ c ]\nd : 2\ne = 1\nE = 2\n[C]\n f = "x\n' >wrong.ini
+printf "wrong.ini:%s\n" "2: the title is not closed by a ']'" "5: a name cannot hold ':'" "9: a quoted text is not closed" \
+  "7: E: a second one; the first is in line 6" "8: [C]: a second one; the first is in line 4" >expected
+Expects 1 "$(cat expected)\n" "$zebini" check wrong.ini edited.ini
+
+Run "$hostlog" "$settings" -b -n 2 -i 0 -r good.rec >/dev/null
+Expects 0 '' "$zebtag" check good.rec good.rec
+[ "$(Run "$zebtag" list good.rec | cut -f 2,6 | tr '\t\n' ' ,')" = '1 0,2 1,2 2,' ] || Fail "list: $(cat good.rec)"
+Run "$zebtag" show good.rec | grep -qx 'Snapshot.Title = Hostlog: limits that no machine keeps' || Fail "show"
+Run "$zebtag" show --json good.rec | grep -c '^{"offset":[0-9]*,"type":2,.*"data":{"Title":"Hostlog: .*}}$' >out
+[ "$(cat out)" = 2 ] || Fail "show --json"
+Run "$zebtag" extract good.rec 2 some.rec
+[ "$(Run "$zebtag" cat good.rec 2 | cksum)" = "$(Run "$zebtag" cat some.rec | cksum)" ] || Fail "cat of extracted records"
+Expects 2 'some.rec: File exists\n' "$zebtag" extract good.rec 2 some.rec
+head -c 20 good.rec | { cat good.rec -; } >short.rec
+Expects 1 "short.rec: byte $(wc -c <good.rec): a record of 4359 bytes, of which 4 are there\n" "$zebtag" check short.rec
+printf 'M\037\0\003\200\0\0\0\0\0\0\0\0\0\0\007' >large.rec # 2 GiB, of a big-endian machine
+truncate -s $((16 + 2147483648)) large.rec
+head -c 16 large.rec >header
+cat header >>large.rec
+truncate -s $((2 * (16 + 2147483648))) large.rec
+Expects 0 "0\t3\t2147483648\tbig\t0\t7\n2147483664\t3\t2147483648\tbig\t0\t7\n" "$zebtag" list large.rec
+
+for seed in $(seq 40); do # whatever is in a file, the tools end with a status of theirs
+  for file in good.rec edited.ini; do
+    awk -v seed="$seed" -v size="$(wc -c <$file)" 'BEGIN { srand(seed); for (i = 0; i < 6; i++)
+      printf "%d %03o\n", rand() * (rand() < 0.5 ? size : 400), rand() * 256 }' >damage
+    cp $file damaged
+    while read -r offset byte; do printf %b "\\0$byte" | dd of=damaged bs=1 seek="$offset" conv=notrunc 2>/dev/null; done <damage
+    for command in "$zebini check" "$zebini list" "$zebtag check" "$zebtag show --json"; do
+      status=0
+      # shellcheck disable=SC2086 # a command and its arguments
+      Run $command damaged >out 2>&1 || status=$?
+      [ "$status" -le 2 ] || Fail "$command: status $status with seed $seed of $file"
+    done
+  done
+done
+for program in "$zebini" "$zebtag"; do
+  Run "$program" --help | grep -q '^usage: zeb' || Fail "$program --help"
+  if Run "$program" >out 2>&1 || Run "$program" list >out 2>&1; then Fail "$program: no usage"; fi
+done
