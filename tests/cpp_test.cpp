@@ -42,8 +42,7 @@ TEST_F(Cpp, ListsAreThoseOfTheStandardLibrary) {
         break;
       case 3:
         if (itModel == model.end()) break;
-        ASSERT_EQ(std::distance(list.begin(), list.erase(it)),
-                  std::distance(model.begin(), model.erase(itModel)));
+        ASSERT_EQ(list.erase(it) == list.end(), model.erase(itModel) == model.end());
         break;
       case 4: {
         const auto IsLonger = [ul = Random(60)](const auto &text) { return text.size() > ul; };

@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 
 #include <cctype>
-#include <regex>
 
 #include "input.h"
 #include "zebbase/ini.h"
@@ -215,12 +214,14 @@ struct TOKENMODEL {
     return strText;
   }
   std::string TakeQuoted() { // and all that follow directly
-    static const std::regex regexLineEnd("\n[ \t\n]*");
     std::string strText;
     for (; str[0] == '"'; SkipWhite()) {
       if (str.find('"', 1) == str.npos) return TakeTo('\0').assign("0"); // it never closes
       Take(1);
-      strText += std::regex_replace(TakeTo('"'), regexLineEnd, "");
+      std::string strPart = TakeTo('"');
+      for (std::size_t n; (n = strPart.find('\n')) != strPart.npos;)
+        strPart.erase(n, strPart.find_first_not_of(" \t\n", n) - n);
+      strText += strPart;
     }
     return "1" + strText;
   }
