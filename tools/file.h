@@ -19,6 +19,7 @@
 class Buffer {
  public:
   bool Put(std::string_view sv) {
+    if (sv.empty()) return true;
     if (sv.size() > cbRoom_ - cb_ && !Grow(sv.size())) return false;
     std::memcpy(block_.get() + cb_, sv.data(), sv.size());
     cb_ += sv.size();
@@ -28,6 +29,7 @@ class Buffer {
 
  private:
   bool Grow(std::size_t cb) {
+    if (cbRoom_ > cbMost) return false;
     const std::size_t cbRoom = 2 * cbRoom_ + cb;
     auto block = zebbase::NewArray<char>(cbRoom);
     if (!block) return false;
@@ -36,6 +38,7 @@ class Buffer {
     cbRoom_ = cbRoom;
     return true;
   }
+  static constexpr std::size_t cbMost = 1U << 30; // twice as much and a piece more are a size still
   zebbase::Block<char[]> block_;
   std::size_t cb_ = 0, cbRoom_ = 0;
 };
