@@ -74,7 +74,8 @@ Expects 1 '-[Last] first = 1\n+[Last] first = 2\n+[More]\n+[More] k = v\n' "$zeb
 : >empty.ini
 Run "$zebini" set empty.ini a b c
 Expects 0 '[a]\n[a] b = c\n' "$zebini" list empty.ini
-Expects 2 'zebini: the output cannot be written\n' sh -c "${RUN-} '$zebini' list edited.ini >/dev/full"
+if Run "$zebini" list edited.ini >/dev/full 2>out; then Fail "a full disk was not noticed"; fi
+grep -qx 'zebini: the output cannot be written' out || Fail "full disk: $(cat out)"
 Expects 2 'none: No such file or directory\n' "$zebini" set none a b c
 
 printf '[ x ]\n[ a\nb = 1\n[ c ]\nd : 2\ne = 1\nE = 2\n[C]\n f = "x\n' >wrong.ini
