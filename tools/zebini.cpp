@@ -211,24 +211,31 @@ struct CHANGE {
   ULONG ulNew;   // entries that are added before the rest: 0, 1, or 2 with a title
 };
 
+bool IsSame(const INIENTRY &entry1, const INIENTRY &entry2) {
+  if (entry1.flTitle != entry2.flTitle || std::strcmp(entry1.pszName, entry2.pszName) != 0) return false;
+  return entry1.flTitle || std::strcmp(entry1.pszValue, entry2.pszValue) == 0;
+}
+
+bool IsWanted(const INIENTRY &entry, const CHANGE &change, bool fKey) { // the key, or the title of a new section
+  if (!fKey) return entry.flTitle && IsNamed(entry, change.section.sz);
+  return !entry.flTitle && IsNamed(entry, change.key.sz) && std::strcmp(entry.pszValue, change.pszValue) == 0;
+}
+
 // Whether a changed text has the entries of the file, with the change and nothing else.
 bool IsChanged(const Ini &ini, std::string_view svNew, const CHANGE &change) {
   zebbase::Error error = {};
   const Ini iniNew = OpenText(svNew, error);
   if (!iniNew || iniNew->ulEntries != ini->ulEntries + change.ulNew) return false;
+  const ULONG ulKey = change.ulEntry + (change.ulNew == 2);
   for (ULONG ul = 0; ul < iniNew->ulEntries; ul++) {
     const INIENTRY &entry = iniNew->aentry[ul];
-    const ULONG ulKey = change.ulEntry + (change.ulNew == 2);
-    if (ul == ulKey && (entry.flTitle || std::strcmp(entry.pszValue, change.pszValue) != 0)) return false;
-    if (ul == ulKey && !IsNamed(entry, change.key.sz)) return false;
-    if (ul < ulKey && ul >= change.ulEntry && !(entry.flTitle && IsNamed(entry, change.section.sz))) return false;
-    if (ul <= ulKey && ul >= change.ulEntry) continue;
-    const INIENTRY &entryOld = ini->aentry[ul > ulKey ? ul - change.ulNew : ul];
-    if (entry.flTitle != entryOld.flTitle || std::strcmp(entry.pszName, entryOld.pszName) != 0) return false;
-    if (!entry.flTitle && std::strcmp(entry.pszValue, entryOld.pszValue) != 0) return false;
+    const bool fChanged = ul >= change.ulEntry && ul <= ulKey;
+    const ULONG ulOld = ul > ulKey ? ul - change.ulNew : ul;
+    if (fChanged ? !IsWanted(entry, change, ul == ulKey) : !IsSame(entry, ini->aentry[ulOld])) return false;
   }
   return true;
 }
+
 // Puts a change into the text of a file.
 class Editor {
  public:
