@@ -1,0 +1,41 @@
+/* errors.c: reports by severity, to the console and to the table of errors, where one can be linked to its cause. */
+#include <string.h>
+#include <zebbase/zebbase.h>
+
+#define KIND_DISK 200 /* from 200 on the kinds are a program's own */
+
+/* Says what went wrong, and why: back along the links. */
+static void ShowChain(ULONG ulEntry) {
+  while (ulEntry > 1) {
+    const ERRORBLOCK *perb = ErrGetError(ulEntry);
+    const ULONG ulCause = perb->ulLink;
+    printf("%s (kind %lu)\n", perb->szMessage, perb->ulType);
+    ErrClearError(ulEntry);
+    ulEntry = ulCause;
+  }
+}
+
+static ULONG ShowCritical(const char *pszText) { return (ULONG)printf("critical: %s\n", pszText); }
+
+int main(void) {
+  BaseInit(); /* errors, warnings and infos are wanted */
+  ErrInitialize(ERR_TYPE_POPUP, "errors", 0UL, ShowCritical);
+  ULONG ulEntry = 0;
+  ErrPutError(NULL, 0, VERB_WARNING, KIND_DISK, __FILE__, __LINE__, &ulEntry, "disk %s is %d %% full", "/var", 99);
+  ErrPutError(NULL, 0, VERB_WARNING, KIND_DISK, __FILE__, __LINE__, &ulEntry, "the log was not written");
+  ShowChain(ulEntry);
+
+  ErrInitialize(ERR_TYPE_CONSOLE, "errors"); /* or ERR_TYPE_CONSOLE_LOG: a daily log as well */
+  ErrReport(VERB_INFO, KIND_DISK, "shown with the time before it");
+  ErrReport(VERB_DEBUG, KIND_DISK, "not wanted, and not even formatted");
+  BaseSetVerbosity(flVerbosity | VERB_DEBUG | VERB_AREA(3));
+  ErrReport(VERB_AREA(3), KIND_DISK, "of an area of the program's own");
+  return ErrNull(strchr("key=value", '=')) ? 0 : 1; /* reports a null pointer, and hands it on */
+}
+
+/* prints
+the log was not written (kind 200)
+disk /var is 99 % full (kind 200)
+HHMMSS(errors.c:0029)I0200 shown with the time before it
+HHMMSS(errors.c:0032)c0200 of an area of the program's own
+*/
