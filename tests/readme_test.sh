@@ -11,8 +11,7 @@ cd "$work"
 
 # PkgConfig OPTION...: pkg-config for the staged library.
 PkgConfig() {
-  PKG_CONFIG_LIBDIR=$(dirname "$(find "$work/stage" -name zebbase.pc)") PKG_CONFIG_SYSROOT_DIR=$work/stage \
-    PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 pkg-config "$@" zebbase
+  PKG_CONFIG_LIBDIR=$(dirname "$(find "$work/stage" -name zebbase.pc)") pkg-config "$@" zebbase
 }
 
 # Says STATUS PATTERN: expects the exit status, and one line that matches behind the time, also in the daily log.
