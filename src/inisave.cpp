@@ -315,7 +315,8 @@ void WriteFile(FILE *pf, const char *pszName, const void *pvData, const FDSC *pf
 
 ULONG ReplaceFile(const char *pszFile, const char *pszName, const void *pvData, const FDSC *pfdsc, ErrorRecord &error) {
   Replacement file;
-  if (!file.Open(pszFile)) return error.SetSystem(errno);
+  if (!file.Open(pszFile))
+    return errno == EINVAL ? error.Set(INI_ERROR_SYSTEM, 0, "not a regular file") : error.SetSystem(errno);
   errno = 0;
   WriteFile(file.Stream(), pszName, pvData, pfdsc);
   return file.Commit() ? 0 : error.SetSystem(errno != 0 ? errno : EIO);

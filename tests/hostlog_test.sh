@@ -113,7 +113,7 @@ for file in odd.ini "$shipped/hostlog.ini" strict.ini; do
   diff first.ini copy/first.ini || Fail "$file: written settings do not read back"
   grep -q '^  Path = "watched/\*.txt"' first.ini || Fail "$file: $(cat first.ini)"
 done
-Refuses . -n 0 -s /dev/full
+Refuses 'not a regular file' -n 0 -s /dev/full
 Refuses 'no header' -n 0 -s a_b.ini
 Refuses 'double quote' -n 0 -w 'a"b' -s quote.ini
 { [ ! -e a_b.ini ] && [ ! -e quote.ini ]; } || Fail "a file was made that cannot be read back"
