@@ -168,6 +168,8 @@ TEST_F(Cpp, SettingsAreLoadedSavedAndGivenBack) {
   EXPECT_TRUE(!record->pszName && recordOther->pszName);
 }
 
+bool IsMistake(const INIFINDING &finding) { return finding.fMistake != 0; }
+
 TEST_F(Cpp, SettingsWithMistakesAreRefusedWithTheFirst) {
   EXPECT_STREQ(zebbase::Load("missing.ini", fdscServer).error().szText,
                "missing.ini: No such file or directory");
@@ -188,5 +190,8 @@ TEST_F(Cpp, SettingsWithMistakesAreRefusedWithTheFirst) {
   ASSERT_TRUE(taken);
   EXPECT_EQ(taken->ulPort, 7u);
   EXPECT_EQ(strKeys, "Port,Text1,-,Prt,Hops,");
+  const auto ini = zebbase::OpenIni("input");
+  SERVER server;
+  EXPECT_EQ(zebbase::ReadIni(*ini, server, fdscServer, IsMistake), INI_REFUSED);
 }
 } // namespace

@@ -578,9 +578,10 @@ template <typename T, typename Report>
 ULONG ReadIni(const Ini &ini, T &t, const Field<T> &field, Report &&report) noexcept {
   using Callable = std::remove_reference_t<Report>;
   const auto Call = [](const INIFINDING *pfinding, void *pv) noexcept -> ULONG {
-    return (*static_cast<Callable *>(pv))(*pfinding) ? 1 : 0;
+    return (**static_cast<Callable **>(pv))(*pfinding) ? 1 : 0;
   };
-  return IniReadChecked(ini.get(), &t, field, Call, const_cast<std::remove_const_t<Callable> *>(&report));
+  Callable *pcallable = &report; // of a function, too, which no void * leads to
+  return IniReadChecked(ini.get(), &t, field, Call, &pcallable);
 }
 
 // A file read into a record: opened leniently, and read with a report, as by ReadIni. The record begins with t, which a
