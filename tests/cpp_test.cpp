@@ -178,6 +178,7 @@ TEST_F(Cpp, SettingsWithMistakesAreRefusedWithTheFirst) {
   EXPECT_FALSE(refused);
   EXPECT_STREQ(refused.error().szText, "input:4: [Server] Prt: unknown key, perhaps Port");
   EXPECT_EQ(refused.error().ulLine, 4u);
+  EXPECT_EQ(refused.error().ulCode, INI_ERROR_REFUSED);
 
   std::string strKeys;
   const auto taken = zebbase::Load(

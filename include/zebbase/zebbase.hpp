@@ -594,7 +594,7 @@ Result<Record<T>> Load(const char *pszFile, const Field<T> &field, Report &&repo
   const auto Keep = [&](const INIFINDING &finding) {
     const bool fRefused = report(finding);
     if (!fRefused || error) return fRefused;
-    error.ulCode = INI_ERROR_VALUE;
+    error.ulCode = INI_ERROR_REFUSED;
     error.ulLine = finding.ulLine;
     static_assert(sizeof error.szText >= sizeof finding.szText);
     std::memcpy(error.szText, finding.szText, sizeof finding.szText);
