@@ -15,6 +15,7 @@ struct GAP { BYTE b; ULONG ul; };
 struct ANY { bool f; char ch; char ach[4]; float aflt[2][2]; USHORT us; LIST *plst; IN *pin; double d; };
 enum class COLOUR : USHORT { Red = 1 };
 struct MADE { MADE() {} int i; };
+struct alignas(16) WIDE { int i; };
 inline constexpr EDSC edscBig = names<long>({{"Big", 70000}});
 inline constexpr auto sdscIn = describe<IN>(field("B", &IN::b));
 inline constexpr auto fdscIn = record("In", sdscIn);
@@ -61,6 +62,7 @@ List<char *> list;                                                              
 List<int> list; List<int> list2 = list;                                              ~deleted
 Ini ini; Ini ini2 = ini;                                                             ~
 NewBlock<MADE>();                                                                    ~a block is for plain data
+NewBlock<WIDE>();                                                                    ~no block is aligned for this
 List<int> list; list.sort([](const char *, int) { return true; });                   ~
 PLAIN plain; ReadIni(Ini(), plain, fdscIn, [](const INIFINDING &) { return true; }); ~
 EOT

@@ -59,15 +59,20 @@ using Parse = Owner<PARSECTX, PrsEndParse_>; // of PrsStartParse, PrsStartParseT
 using Search = Owner<FILSEARCH, EndSearch>;  // of FindNext
 using CommandLine = Owner<CMDRESULT, MemFreeMem_>; // of CmdParseCmdLine
 
+template <typename T>
+constexpr bool fFitsBlock = alignof(T) <= 8; // mem.h
+
 // A cleared block for one T, or for an array of them. T is plain data: nothing is constructed or destroyed.
 template <typename T>
 Block<T> NewBlock(Place place = Place::Here()) noexcept {
   static_assert(std::is_trivial_v<T>, "a block is for plain data; what has constructors goes into a List");
+  static_assert(fFitsBlock<T>, "no block is aligned for this");
   return Block<T>(static_cast<T *>(MemAllocMem_(sizeof(T), place.ulLine, place.pszFile)));
 }
 template <typename T>
 Block<T[]> NewArray(ULONG ulCount, Place place = Place::Here()) noexcept {
   static_assert(std::is_trivial_v<T>, "a block is for plain data; what has constructors goes into a List");
+  static_assert(fFitsBlock<T>, "no block is aligned for this");
   if (ulCount > std::numeric_limits<ULONG>::max() / sizeof(T)) return nullptr;
   return Block<T[]>(static_cast<T *>(MemAllocMem_(ulCount * sizeof(T), place.ulLine, place.pszFile)));
 }
@@ -161,7 +166,8 @@ template <typename T>
 class List {
   static_assert(std::is_object_v<T> && !std::is_array_v<T> && !std::is_const_v<T>, "elements are objects");
   static_assert(!std::is_pointer_v<T>, "elements are owned; for pointers there is ListView");
-  static_assert(std::is_nothrow_destructible_v<T> && alignof(T) <= alignof(double), "no block is aligned for this");
+  static_assert(std::is_nothrow_destructible_v<T>, "what throws when it is destroyed has no place here");
+  static_assert(fFitsBlock<T>, "no block is aligned for this");
 
  public:
   using value_type = T;
