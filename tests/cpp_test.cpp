@@ -5,6 +5,7 @@
 
 #include <list>
 #include <numeric>
+#include <ranges>
 #include <sstream>
 
 #include "input.h"
@@ -17,6 +18,9 @@ class Cpp : public FileTest {
     return std::next(of.begin(), static_cast<LONG>(Random(of.size() + 1)));
   }
 };
+
+static_assert(std::ranges::bidirectional_range<zebbase::List<int>> &&
+              std::ranges::bidirectional_range<zebbase::ListView<char *>>);
 
 TEST_F(Cpp, ListsAreThoseOfTheStandardLibrary) {
   zebbase::List<std::string> list;

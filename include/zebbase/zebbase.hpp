@@ -101,6 +101,7 @@ class ListIterator {
 
  public:
   using iterator_category = std::conditional_t<fPointers, std::input_iterator_tag, std::bidirectional_iterator_tag>;
+  using iterator_concept = std::bidirectional_iterator_tag; // of C++20, where a reference need be none
   using value_type = std::remove_cv_t<T>;
   using difference_type = std::ptrdiff_t;
   using pointer = T *;
