@@ -51,6 +51,13 @@ field("F", &ANY::ch);                                                           
 field<FT_DOTTED>("F", &ANY::ach);                                                    ~what it nests is missing
 field("F", &ANY::us, sdscIn);                                                        ~that of another record
 field("F", &ANY::us, fdscIn);                                                        ~no matching function
+field("F", &ANY::plst, fdscIn);                                                      ~a list of records takes their structure
+field("F", &ANY::pin, describe<IN>(field("B", &IN::b)));                             ~
+field("F", &ANY::us, names<COLOUR>({{"Red", COLOUR::Red}}));                         ~
+field("F", &ANY::plst, value<int>("N"));                                             ~
+record("R", describe<IN>(field("B", &IN::b)));                                       ~
+Load("f.ini", record("In", sdscIn));                                                 ~
+Record<IN> rec(record("In", sdscIn));                                                ~
 value<int[3]>("F");                                                                  ~an array is no single value
 constexpr auto m = field("F", &ANY::us, edscBig);                                    ~DescriptionIsWrong
 constexpr SDSC sdsc = parts({{"A", 0}});                                             ~

@@ -436,6 +436,7 @@ constexpr Member<T, M> field(const char *pszName, M T::*pm, const Structure<N> &
 // A LIST * of single values: FT_VALUELIST.
 template <typename T, typename V>
 constexpr Member<T, LIST *> field(const char *pszName, LIST *T::*pm, const Field<V> &value) noexcept {
+  static_assert(!std::is_class_v<V>, "a list of records takes their structure");
   return {pm, {0, pszName, 0, FT_VALUELIST, 1, nullptr, detail::DescOf(value.fdsc)}};
 }
 
@@ -456,6 +457,10 @@ constexpr Member<T, char[cb]> field(const char *pszName, char (T::*pm)[cb], cons
   if (sdscParts.ulSize != cb) DescriptionIsWrong("the subfields have another length than the member");
   return {pm, {0, pszName, 0, FT_DOTTED, cb, nullptr, detail::DescOf(sdscParts)}};
 }
+
+// What a field nests is referred to, and must outlive it.
+template <typename T, typename M, typename D>
+void field(const char *pszName, M T::*pm, const D &&temporary) = delete;
 
 // The names of an enumeration: names<Colour>({{"Red", Colour::Red}, {"Green", Colour::Green}}).
 template <typename E, std::size_t n>
@@ -498,6 +503,8 @@ template <typename T>
 constexpr Field<T> record(const char *pszName, const Structure<T> &structure) noexcept {
   return {{0, pszName, 0, FT_STRUCT, 1, nullptr, detail::DescOf(structure.sdsc)}};
 }
+template <typename T>
+void record(const char *pszName, const Structure<T> &&temporary) = delete;
 template <typename V, ULONG ulType = detail::ulDeduced>
 constexpr Field<V> value(const char *pszName) noexcept {
   static_assert(!std::is_array_v<V> || std::is_same_v<std::remove_extent_t<V>, char>, "an array is no single value");
@@ -538,7 +545,9 @@ class Record {
   static_assert(std::is_trivially_copyable_v<T>, "described data are plain");
 
  public:
+  // The pointers of t are null, or to what the record is to own. The description must outlive the record.
   explicit Record(const Field<T> &field, const T &t = T()) noexcept : pfield_(&field), t_(t) {}
+  explicit Record(const Field<T> &&temporary, const T & = T()) = delete;
   Record(Record &&record) noexcept : pfield_(record.pfield_), t_(record.release()) {}
   Record &operator=(Record &&record) noexcept {
     if (this == &record) return *this;
@@ -593,8 +602,8 @@ ULONG ReadIni(const Ini &ini, T &t, const Field<T> &field, Report &&report) noex
   return IniReadChecked(ini.get(), &t, field, Call, &pcallable);
 }
 
-// A file read into a record: opened leniently, and read with a report, as by ReadIni. The record begins with t, which a
-// refused file leaves out of the result.
+// A file read into a record: opened leniently, and read with a report, as by ReadIni. The record begins with t, whose
+// pointers are null; there is none of a refused file.
 template <typename T, typename Report>
 Result<Record<T>> Load(const char *pszFile, const Field<T> &field, Report &&report, const T &t = T()) noexcept {
   const Result<Ini> ini = OpenIni(pszFile);
@@ -619,6 +628,9 @@ template <typename T>
 Result<Record<T>> Load(const char *pszFile, const Field<T> &field) noexcept {
   return Load(pszFile, field, [](const INIFINDING &finding) { return finding.fMistake != 0; });
 }
+
+template <typename T, typename... Arguments>
+void Load(const char *pszFile, const Field<T> &&temporary, Arguments &&...) = delete;
 
 // IniSave.
 template <typename T>
