@@ -8,6 +8,7 @@ zebini=$(realpath "$1")
 zebtag=$(realpath "$2")
 hostlog=$(realpath "$3")
 settings=$(dirname "$hostlog")/strict.ini
+completion=$(realpath "$(dirname "$0")/../tools/completion.bash")
 cd "$work"
 
 # Expects STATUS TEXT PROGRAM [ARGUMENT...]: TEXT (for printf) is the output, errors included.
@@ -115,6 +116,14 @@ for seed in $(seq 40); do # whatever is in a file, the tools end with a status o
     done
   done
 done
+if [ -z "${RUN-}" ]; then # what is completed is not run
+  printf '[ x ]\n[ `./ran` ]\n' >hostile.ini
+  printf '#!/bin/sh\nrm "$0"\n' >ran && chmod +x ran
+  # shellcheck disable=SC2016 # for the shell that completes
+  words='COMP_WORDS=("$1" get hostile.ini "") COMP_CWORD=3; _zebbase_tool; echo "${COMPREPLY[*]}"'
+  Expects 0 '`./ran`\n' bash -c ". $completion; $words" bash "$zebini"
+  [ -e ran ] || Fail "a name has been run"
+fi
 for program in "$zebini" "$zebtag"; do
   Run "$program" --help | grep -q '^usage: zeb' || Fail "$program --help"
   if Run "$program" >out 2>&1 || Run "$program" list >out 2>&1; then Fail "$program: no usage"; fi
