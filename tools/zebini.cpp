@@ -101,6 +101,11 @@ void ForEntries(const Ini &ini, const Visit &visit) {
   }
 }
 
+// The number of the entry that is read for a section, or for a key in it; ulNone, or one behind all, for none.
+ULONG FindEntry(const Ini &ini, const char *pszSection, const INIENTRY &entry) {
+  return entry.flTitle ? StartOf(ini, pszSection) - 1 : FindKey(ini, pszSection, entry.pszName);
+}
+
 // --- Commands that read ---
 
 // Tells of a second key or section of a name. Result: how many there are.
@@ -108,7 +113,7 @@ ULONG CheckTwice(const char *pszFile, const Ini &ini) {
   ULONG ulMistakes = 0;
   ForEntries(ini, [&](const char *pszSection, ULONG ul) {
     const INIENTRY &entry = ini->aentry[ul];
-    const ULONG ulFirst = entry.flTitle ? StartOf(ini, pszSection) - 1 : FindKey(ini, pszSection, entry.pszName);
+    const ULONG ulFirst = FindEntry(ini, pszSection, entry);
     if (ulFirst >= ul) return;
     std::printf("%s:%lu: ", pszFile, IniQueryLine(ini.get(), ul));
     std::printf(entry.flTitle ? "[%s]" : "%s", entry.pszName);
@@ -167,14 +172,16 @@ STATUS List(char **ppsz, int iCount) {
   return status;
 }
 
-// Puts the entries that only the first has, or has with another value, with a - or a +.
+// Puts the entries that only the first has, or has with another value, with a - or a +. What is not read, such as a
+// second key of a name, plays no part.
 bool PutDifferences(const char *pszBefore, const Ini &ini, const Ini &iniOther) {
   bool fDifferent = false;
   ForEntries(ini, [&](const char *pszSection, ULONG ul) {
     const INIENTRY &entry = ini->aentry[ul];
-    const ULONG ulOther = entry.flTitle ? StartOf(iniOther, pszSection) : FindKey(iniOther, pszSection, entry.pszName);
-    const bool fSame =
-        ulOther != ulNone && (entry.flTitle || std::strcmp(entry.pszValue, iniOther->aentry[ulOther].pszValue) == 0);
+    if (FindEntry(ini, pszSection, entry) != ul) return;
+    const ULONG ulOther = FindEntry(iniOther, pszSection, entry);
+    const bool fSame = ulOther < iniOther->ulEntries &&
+                       (entry.flTitle || std::strcmp(entry.pszValue, iniOther->aentry[ulOther].pszValue) == 0);
     if (!fSame) PutEntry(pszBefore, pszSection, entry);
     fDifferent |= !fSame;
   });
