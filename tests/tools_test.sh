@@ -65,6 +65,8 @@ Sets '> ~> [ New One ]~>   k = v~' 'New One' k v
 Sets '' Server Port "$(printf 'a\nb')"
 Sets '' Server Port "$(printf %0128d 0)"
 Sets '' Server 'a b c' 1
+Sets "> $(printf %0127d 0) = 1~" '' "$(printf %0127d 0)" 1
+Sets '' '' "$(printf %0128d 0)" 2
 { [ "$(stat -c %a edited.ini)" = 640 ] && [ -L link.ini ] && [ "$(find . -name 'edited.ini*' | wc -l)" -eq 1 ]; } ||
   Fail "not the old file's mode, link or folder: $(ls -l)"
 Expects 0 '' "$zebini" check edited.ini

@@ -51,14 +51,14 @@ STATUS CannotOpen(const zebbase::Error &error) {
   return statusTrouble;
 }
 
-// A name as the library joins it.
+// A name as the library joins it. One that is too long for a file stays too long.
 struct Name {
   explicit Name(const char *psz) {
     std::size_t cb = 0;
-    for (; *psz && cb < INI_MAX_TEXT; psz++)
-      if (!std::isspace(static_cast<unsigned char>(*psz))) sz[cb++] = *psz;
+    for (; *psz && cb <= INI_MAX_TEXT; psz++)
+      if (!std::strchr(" \t\r\n", *psz)) sz[cb++] = *psz;
   }
-  char sz[INI_MAX_TEXT + 1] = "";
+  char sz[INI_MAX_TEXT + 2] = "";
 };
 
 constexpr ULONG ulNone = 0xFFFFFFFF;
