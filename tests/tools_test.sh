@@ -45,6 +45,7 @@ Next =
 Empty=
 [ Last ]
 EOT
+sed -i "1s/\$/$(printf %3000s '')/" edited.ini # two lines of the library
 chmod 640 edited.ini
 ln -s edited.ini link.ini
 Expects 0 'alpha\n' "$zebini" get link.ini server name

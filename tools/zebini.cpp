@@ -37,10 +37,11 @@ std::string_view Part(std::string_view sv, std::size_t cbFrom, std::size_t cbTo)
   return {sv.data() + cbFrom, cbTo - cbFrom};
 }
 
-// The text from the beginning of a line, counted from 1, on: as an offset.
+// The text from the beginning of a line on, as an offset. The library counts lines from 1, and the pieces of a long one.
 std::size_t OffsetOfLine(std::string_view sv, ULONG ulLine) {
   std::size_t cb = 0;
-  for (; ulLine > 1 && cb < sv.size(); ulLine--) cb = std::min(sv.find('\n', cb), sv.size() - 1) + 1;
+  for (; ulLine > 1 && cb < sv.size(); ulLine--)
+    cb = std::min({sv.find('\n', cb), sv.size() - 1, cb + PRS_LINE_SIZE - 2}) + 1;
   return cb;
 }
 
