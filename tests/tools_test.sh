@@ -81,6 +81,11 @@ Expects 0 '[a]\n[a] b = c\n' "$zebini" list empty.ini
 if Run "$zebini" list edited.ini >/dev/full 2>out; then Fail "a full disk was not noticed"; fi
 grep -qx 'zebini: the output cannot be written' out || Fail "full disk: $(cat out)"
 Expects 2 'none: No such file or directory\n' "$zebini" set none a b c
+mkfifo pipe
+Expects 2 'pipe: not a regular file\n' "$zebini" set pipe a b c
+long=$(printf %0255d 0)
+: >"$long"
+Expects 0 '' "$zebini" set "$long" a b c
 
 printf '[ x ]\n[ a\nb = 1\n[ c ]\nd : 2\ne = 1\nE = 2\n[C]\n f = "x\n' >wrong.ini
 printf "wrong.ini:%s\n" "2: the title is not closed by a ']'" "5: a name cannot hold ':'" "9: a quoted text is not closed" \

@@ -85,17 +85,19 @@ inline bool ReadFile(const char *pszFile, Buffer &buffer) {
 inline int ReplaceFile(const char *pszFile, std::string_view sv) {
   char szPath[PATH_MAX], szNew[PATH_MAX + 8];
   if (!realpath(pszFile, szPath)) return errno;
-  std::snprintf(szNew, sizeof szNew, "%s.XXXXXX", szPath);
+  char *pszName = std::strrchr(szPath, '/') + 1;
+  std::snprintf(szNew, sizeof szNew, "%.*s%.200s.XXXXXX", static_cast<int>(pszName - szPath), szPath, pszName);
   struct stat st;
+  if (stat(szPath, &st) != 0) return errno;
   const File file(mkostemp(szNew, O_CLOEXEC));
-  if (!file || stat(szPath, &st) != 0) return errno;
+  if (!file) return errno;
   static_cast<void>(!fchown(file.get(), st.st_uid, st.st_gid)); // where the system allows it
   const bool fGood = access(szPath, W_OK) == 0 && fchmod(file.get(), st.st_mode & 07777) == 0 &&
                      WriteAll(file.get(), sv) && fsync(file.get()) == 0 && rename(szNew, szPath) == 0;
   const int iError = fGood ? 0 : errno;
   if (!fGood) unlink(szNew);
-  *std::strrchr(szPath, '/') = '\0';
-  const File folder(open(szPath[0] ? szPath : "/", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  *pszName = '\0';
+  const File folder(open(szPath, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (fGood) fsync(folder.get());
   return iError;
 }

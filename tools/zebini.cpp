@@ -23,7 +23,11 @@ using zebbase::Ini;
 // A text opened as a file. The name that errors begin with is that of a file in memory: it is cut off them.
 Ini OpenText(std::string_view sv, zebbase::Error &error) {
   const File file(memfd_create("zebini", MFD_CLOEXEC));
-  if (!file || !WriteAll(file.get(), sv)) return nullptr;
+  if (!file || !WriteAll(file.get(), sv)) {
+    error.ulCode = INI_ERROR_SYSTEM;
+    std::snprintf(error.szText, sizeof error.szText, ": %s", std::strerror(errno));
+    return nullptr;
+  }
   char szPath[32];
   const int cbPath = std::snprintf(szPath, sizeof szPath, "/proc/self/fd/%d", file.get());
   Ini ini(IniOpenChecked(szPath, INI_MODE_LENIENT, &error));
@@ -47,8 +51,8 @@ std::size_t OffsetOfLine(std::string_view sv, ULONG ulLine) {
 
 // --- Entries ---
 
-STATUS CannotOpen(const zebbase::Error &error) {
-  std::fprintf(stderr, "%s\n", error.szText);
+STATUS CannotOpen(const char *pszFile, const zebbase::Error &error) { // a text; with "", a file
+  std::fprintf(stderr, "%s%s\n", pszFile, error.szText);
   return statusTrouble;
 }
 
@@ -135,6 +139,7 @@ STATUS CheckFile(const char *pszFile) {
     zebbase::Error error = {};
     const Ini ini = OpenText(buffer.View(), error);
     if (ini) return CheckTwice(pszFile, ini) + ul == 0 ? statusGood : statusNo;
+    if (error.ulCode == INI_ERROR_SYSTEM || error.ulCode == INI_ERROR_MEMORY) return CannotOpen(pszFile, error);
     std::printf("%s%s\n", pszFile, error.szText);
     if (error.ulLine == 0) return statusNo;
     std::size_t cb = OffsetOfLine(buffer.View(), error.ulLine);
@@ -153,7 +158,7 @@ STATUS Check(char **ppszFile, int iCount) {
 
 STATUS Get(char **ppsz, int) {
   const auto ini = zebbase::OpenIni(ppsz[0]);
-  if (!ini) return CannotOpen(ini.error());
+  if (!ini) return CannotOpen("", ini.error());
   const auto value = zebbase::FindValue(*ini, Name(ppsz[1]).sz, Name(ppsz[2]).sz);
   if (!value) return statusNo;
   std::puts(*value);
@@ -162,7 +167,7 @@ STATUS Get(char **ppsz, int) {
 
 STATUS List(char **ppsz, int iCount) {
   const auto ini = zebbase::OpenIni(ppsz[0]);
-  if (!ini) return CannotOpen(ini.error());
+  if (!ini) return CannotOpen("", ini.error());
   const Name section(iCount > 1 ? ppsz[1] : "");
   STATUS status = iCount > 1 ? statusNo : statusGood;
   ForEntries(*ini, [&](const char *pszSection, ULONG ul) {
@@ -191,8 +196,8 @@ bool PutDifferences(const char *pszBefore, const Ini &ini, const Ini &iniOther) 
 
 STATUS Diff(char **ppszFile, int) {
   const auto ini1 = zebbase::OpenIni(ppszFile[0]), ini2 = zebbase::OpenIni(ppszFile[1]);
-  if (!ini1) return CannotOpen(ini1.error());
-  if (!ini2) return CannotOpen(ini2.error());
+  if (!ini1) return CannotOpen("", ini1.error());
+  if (!ini2) return CannotOpen("", ini2.error());
   const bool fLess = PutDifferences("-", *ini1, *ini2), fMore = PutDifferences("+", *ini2, *ini1);
   return fLess || fMore ? statusNo : statusGood;
 }
@@ -330,12 +335,15 @@ class Editor {
 
 STATUS Set(char **ppsz, int) {
   const char *pszFile = ppsz[0];
+  struct stat st;
+  if (stat(pszFile, &st) == 0 && !S_ISREG(st.st_mode)) return Trouble(pszFile, "not a regular file");
   Buffer buffer;
   if (!ReadFile(pszFile, buffer)) return Trouble(pszFile, "%s", std::strerror(errno));
-  const auto ini = zebbase::OpenIni(pszFile);
-  if (!ini) return CannotOpen(ini.error());
-  Editor editor(*ini, buffer.View(), {ppsz[1], ppsz[2], ppsz[3], Name(ppsz[1]), Name(ppsz[2]), 0, 0});
-  if (!editor.Run()) return Trouble(pszFile, "no file can hold [%s] %s = %s", ppsz[1], ppsz[2], ppsz[3]);
+  zebbase::Error error = {};
+  const Ini ini = OpenText(buffer.View(), error);
+  if (!ini) return CannotOpen(pszFile, error);
+  Editor editor(ini, buffer.View(), {ppsz[1], ppsz[2], ppsz[3], Name(ppsz[1]), Name(ppsz[2]), 0, 0});
+  if (!editor.Run()) return Trouble(pszFile, "the file cannot hold [%s] %s = %s", ppsz[1], ppsz[2], ppsz[3]);
   if (const int iError = ReplaceFile(pszFile, editor.View())) return Trouble(pszFile, "%s", std::strerror(iError));
   return statusGood;
 }
