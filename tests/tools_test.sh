@@ -105,6 +105,13 @@ Run "$zebtag" extract good.rec 2 some.rec
 Expects 2 'some.rec: File exists\n' "$zebtag" extract good.rec 2 some.rec
 head -c 20 good.rec | { cat good.rec -; } >short.rec
 Expects 1 "short.rec: byte $(wc -c <good.rec): a record of 4359 bytes, of which 4 are there\n" "$zebtag" check short.rec
+{ # a pointer has no data; a name may hold anything
+  for flags_and_type in '\024\0\0\0\012' '\0\0\0\0\006'; do
+    printf 'I\037\001\0\037\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\034\0\0\0%b' "$flags_and_type"
+    printf '\0\0\0\001\0\0\0\0\0\0\0\0\0\0\0P\n\0I\037\002\0\004\0\0\0\0\0\0\0\0\0\0\0abcd'
+  done
+} >odd.rec
+[ "$(Run "$zebtag" show --json odd.rec | sed 's/{.*"param2":0//' | tr '\n' ' ')" = '} } } ,"data":1684234849} ' ] || Fail "odd JSON"
 printf 'M\037\0\003\200\0\0\0\0\0\0\0\0\0\0\007' >large.rec # 2 GiB, of a big-endian machine
 truncate -s $((16 + 2147483648)) large.rec
 head -c 16 large.rec >header

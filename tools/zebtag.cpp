@@ -105,11 +105,15 @@ int NumberOf(const char *psz) {
 
 // --- Described data ---
 
+bool IsText(ULONG ulType) { return ulType == FT_STRING || ulType == FT_FIXEDSTRING || ulType == FT_DOTTED; }
+bool IsReference(ULONG ulType) { return ulType == FT_PSZ || ulType > FT_STRUCT; } // nothing of these travels
+
 // The description that a file carries: the data of a record from which one can be unpacked.
 class Description {
  public:
-  explicit operator bool() const { return static_cast<bool>(block_); }
-  ULONG Size() const { return ulData_; }
+  bool Fits(ULONG ulSize) const { // data of this size; a pointer as such has none
+    return block_ && ulSize == ulData_ && !IsReference(Field().ulType);
+  }
   const FDSC &Field() const { return *reinterpret_cast<const FDSC *>(block_.get()); }
 
   // Takes the data of a record, if they are a description.
@@ -131,9 +135,6 @@ class Description {
   Block<BYTE[]> block_;
   ULONG ulData_ = 0;
 };
-
-bool IsText(ULONG ulType) { return ulType == FT_STRING || ulType == FT_FIXEDSTRING || ulType == FT_DOTTED; }
-bool IsReference(ULONG ulType) { return ulType == FT_PSZ || ulType > FT_STRUCT; } // nothing of these travels
 
 // Prints described data, as lines PATH = VALUE or as JSON.
 class Printer {
@@ -276,8 +277,7 @@ STATUS ShowRecord(const char *pszFile, const RECORD &rec, Description &descripti
   if (!packed) return Trouble(pszFile, "no memory");
   if (fHeld && std::fread(packed.get(), 1, rec.tag.ulSize, rec.pf) != rec.tag.ulSize)
     return Trouble(pszFile, "cannot be read");
-  if (fHeld && !description.Take(packed.get(), rec.tag.ulSize, rec.IsForeign()) && description &&
-      description.Size() == rec.tag.ulSize) {
+  if (fHeld && !description.Take(packed.get(), rec.tag.ulSize, rec.IsForeign()) && description.Fits(rec.tag.ulSize)) {
     const auto data = zebbase::NewArray<BYTE>(rec.tag.ulSize);
     const auto text = zebbase::NewArray<char>(RoomForText(rec.tag.ulSize));
     if (!data || !text) return Trouble(pszFile, "no memory");
