@@ -112,6 +112,7 @@ Expects 1 "short.rec: byte $(wc -c <good.rec): a record of 4359 bytes, of which 
   done
 } >odd.rec
 [ "$(Run "$zebtag" show --json odd.rec | sed 's/{.*"param2":0//' | tr '\n' ' ')" = '} } } ,"data":1684234849} ' ] || Fail "odd JSON"
+Run "$zebtag" show odd.rec | grep -qx 'P? = 1684234849' || Fail "odd text"
 printf 'M\037\0\003\200\0\0\0\0\0\0\0\0\0\0\007' >large.rec # 2 GiB, of a big-endian machine
 truncate -s $((16 + 2147483648)) large.rec
 head -c 16 large.rec >header

@@ -190,7 +190,9 @@ class Printer {
   // The text of a value is in pszText_. JSON has no infinity and no NaN.
   void PutValue(ULONG ulType, const BYTE *pb) {
     if (!fJson_) {
-      std::printf("%.*s = ", static_cast<int>(cbPath_), szPath_);
+      szPath_[cbPath_] = '\0';
+      PutPrintable(szPath_);
+      std::fputs(" = ", stdout);
       PutPrintable(pszText_);
       std::putchar('\n');
     } else if (ulType == FT_BOOL16 || ulType == FT_BOOL32) {
