@@ -103,6 +103,8 @@ Run "$zebtag" show --json good.rec | grep -c '^{"offset":[0-9]*,"type":2,.*"data
 Run "$zebtag" extract good.rec 2 some.rec
 [ "$(Run "$zebtag" cat good.rec 2 | cksum)" = "$(Run "$zebtag" cat some.rec | cksum)" ] || Fail "cat of extracted records"
 Expects 2 'some.rec: File exists\n' "$zebtag" extract good.rec 2 some.rec
+Expects 2 'none: No such file or directory\n' "$zebtag" extract none 2 new.rec
+[ ! -e new.rec ] || Fail "a file of nothing"
 head -c 20 good.rec | { cat good.rec -; } >short.rec
 Expects 1 "short.rec: byte $(wc -c <good.rec): a record of 4359 bytes, of which 4 are there\n" "$zebtag" check short.rec
 { # a pointer has no data; a name may hold anything

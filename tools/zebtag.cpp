@@ -273,12 +273,12 @@ void PutHead(const RECORD &rec, bool fJson) {
 // Shows one record: its head and, when the description is for data of this size, the data. A record that is itself a
 // description is that of the records behind it.
 STATUS ShowRecord(const char *pszFile, const RECORD &rec, Description &description, bool fJson) {
-  PutHead(rec, fJson);
   const bool fHeld = rec.tag.ulSize <= ulMostHeld;
   auto packed = zebbase::NewArray<BYTE>(fHeld ? rec.tag.ulSize : 0);
   if (!packed) return Trouble(pszFile, "no memory");
   if (fHeld && std::fread(packed.get(), 1, rec.tag.ulSize, rec.pf) != rec.tag.ulSize)
     return Trouble(pszFile, "cannot be read");
+  PutHead(rec, fJson);
   if (fHeld && !description.Take(packed.get(), rec.tag.ulSize, rec.IsForeign()) && description.Fits(rec.tag.ulSize)) {
     const auto data = zebbase::NewArray<BYTE>(rec.tag.ulSize);
     const auto text = zebbase::NewArray<char>(RoomForText(rec.tag.ulSize));
@@ -330,15 +330,16 @@ STATUS Extract(char **ppsz, int) {
   if (iNumber < 0) return Trouble("zebtag", "no number of a record: %s", ppsz[1]);
   const Stream stream(std::fopen(ppsz[2], "wbx"));
   if (!stream) return Trouble(ppsz[2], "%s", std::strerror(errno));
-  const STATUS status = ForRecords(ppsz[0], [&](const RECORD &rec) {
+  STATUS status = ForRecords(ppsz[0], [&](const RECORD &rec) {
     if (rec.tag.usTag != iNumber) return statusGood;
     TAG tag = rec.tag;
     if (rec.IsForeign()) TagSwapTag(&tag);
     if (std::fwrite(&tag, sizeof tag, 1, stream.get()) != 1) return statusTrouble;
     return CopyData(ppsz[0], rec, stream.get());
   });
-  if (std::fflush(stream.get()) == 0 && !std::ferror(stream.get())) return status;
-  return Trouble(ppsz[2], "cannot be written");
+  if (std::fflush(stream.get()) != 0 || std::ferror(stream.get())) status = Trouble(ppsz[2], "cannot be written");
+  if (status == statusTrouble) std::remove(ppsz[2]);
+  return status;
 }
 
 constexpr COMMAND aCommand[] = {
