@@ -81,6 +81,8 @@ Expects 0 '[a]\n[a] b = c\n' "$zebini" list empty.ini
 if Run "$zebini" list edited.ini >/dev/full 2>out; then Fail "a full disk was not noticed"; fi
 grep -qx 'zebini: the output cannot be written' out || Fail "full disk: $(cat out)"
 Expects 2 'none: No such file or directory\n' "$zebini" set none a b c
+truncate -s 3G huge.ini
+Expects 2 'huge.ini: Cannot allocate memory\n' "$zebini" check huge.ini
 mkfifo pipe
 Expects 2 'pipe: not a regular file\n' "$zebini" set pipe a b c
 long=$(printf %0255d 0)
