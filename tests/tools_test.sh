@@ -63,6 +63,10 @@ Sets '> a b = c = d~' Server 'a b' 'c = d'
 Sets '< Empty=~> Empty=full~' ServerRoute1 Empty full
 Sets '>   first = 1~' Last first 1
 Sets '> ~> [ New One ]~>   k = v~' 'New One' k v
+echo '[ One ] [ Line ]  a =' >>edited.ini
+Sets '< [ One ] [ Line ]  a =~> [ One ]~>   k = v~>  [ Line ]  a =~' One k v
+Sets '<  [ Line ]  a =~>  [ Line ]~>   k = v~>   a =~' Line k v
+Sets '<   a =~>   a = 1~' Line a 1
 Sets '' Server Port "$(printf 'a\nb')"
 Sets '' Server Port "$(printf %0128d 0)"
 Sets '' Server 'a b c' 1
@@ -75,7 +79,7 @@ Expects 0 '' "$zebini" diff edited.ini link.ini
 Run "$zebini" set before.ini Last first 2
 Run "$zebini" set before.ini More k v
 Expects 1 '-[Last] first = 1\n+[Last] first = 2\n+[More]\n+[More] k = v\n' "$zebini" diff edited.ini before.ini
-: >empty.ini
+echo '# nothing' >empty.ini
 Run "$zebini" set empty.ini a b c
 Expects 0 '[a]\n[a] b = c\n' "$zebini" list empty.ini
 if Run "$zebini" list edited.ini >/dev/full 2>out; then Fail "a full disk was not noticed"; fi

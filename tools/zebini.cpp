@@ -303,28 +303,42 @@ class Editor {
     return false;
   }
 
-  // A new key has a line of its own behind those of its section, as far in as the last.
+  // A new key stands behind those of its section; or before them, where the last takes what follows for its value.
   bool AddKey(ULONG ulStart) {
-    change_.ulEntry = EndOf(ini_, ulStart);
     change_.ulNew = 1;
+    change_.ulEntry = EndOf(ini_, ulStart);
+    if (AddKeyAt(ulStart)) return true;
+    change_.ulEntry = ulStart;
+    return AddKeyAt(ulStart) || Try(0, 0, {change_.pszKey, " = "}, "\n"); // a file that begins with a title
+  }
+
+  // The key has a line of its own, as far in as that before it. A title or a quoted text may have to end on this.
+  bool AddKeyAt(ULONG ulStart) {
     std::size_t cb = change_.ulEntry > 0 ? OffsetOfEntry(change_.ulEntry - 1) : 0;
     const std::size_t cbIndent = std::min(sv_.find_first_not_of(" \t", cb), sv_.size()) - cb;
     char szIndent[32];
     std::snprintf(szIndent, sizeof szIndent, "%.*s", static_cast<int>(cbIndent), sv_.data() + cb);
     if (change_.ulEntry == ulStart) std::strcpy(szIndent, ulStart > 0 ? "  " : "");
-    for (int i = 0; i < iMostTries && cb < sv_.size(); i++) {
-      cb = std::min(sv_.find('\n', cb), sv_.size() - 1) + 1;
-      const char *pszLineEnd = sv_[cb - 1] == '\n' ? "" : "\n";
-      if (Try(cb, cb, {pszLineEnd, szIndent, change_.pszKey, " = "}, "\n")) return true;
+    for (const char *pszEnds : {"\n", "]\""}) {
+      std::size_t cbAt = cb;
+      for (int i = 0; i < iMostTries && cbAt < sv_.size(); i++) {
+        cbAt = std::min(sv_.find_first_of(pszEnds, cbAt), sv_.size() - 1) + 1;
+        const char *pszLineEnd = sv_[cbAt - 1] == '\n' ? "" : "\n";
+        if (Try(cbAt, cbAt, {pszLineEnd, szIndent, change_.pszKey, " = "}, "\n")) return true;
+      }
     }
-    return Try(0, 0, {change_.pszKey, " = "}, "\n"); // a file that begins with a title and no header
+    return false;
   }
 
   bool AddSection() {
     change_.ulEntry = ini_->ulEntries;
     change_.ulNew = 2;
-    const char *pszLineEnd = sv_.empty() ? "[ zebini ]\n" : sv_.back() == '\n' ? "" : "\n"; // else it were the header
-    return Try(sv_.size(), sv_.size(), {pszLineEnd, "\n[ ", change_.pszSection, " ]\n  ", change_.pszKey, " = "}, "\n");
+    const char *pszLineEnd = sv_.empty() || sv_.back() == '\n' ? "" : "\n";
+    for (const char *pszHeader : {"", "[ zebini ]\n"}) // where there is none, the title may be taken for it
+      if (Try(sv_.size(), sv_.size(),
+              {pszLineEnd, pszHeader, "\n[ ", change_.pszSection, " ]\n  ", change_.pszKey, " = "}, "\n"))
+        return true;
+    return false;
   }
 
   const Ini &ini_;
