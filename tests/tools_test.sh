@@ -93,9 +93,9 @@ long=$(printf %0255d 0)
 : >"$long"
 Expects 0 '' "$zebini" set "$long" a b c
 
-printf '[ x ]\n[ a\nb = 1\n[ c ]\nd : 2\ne = 1\nE = 2\n[C]\n f = "x\n' >wrong.ini
-printf "wrong.ini:%s\n" "2: the title is not closed by a ']'" "5: a name cannot hold ':'" "9: a quoted text is not closed" \
-  "7: E: a second one; the first is in line 6" "8: [C]: a second one; the first is in line 4" >expected
+printf '[ x ]\nb = 0\n[ a\nb = 1\n[ c ]\nd : 2\ne = 1\nE = 2\n[C]\n f = "x\n' >wrong.ini
+printf "wrong.ini:%s\n" "3: the title is not closed by a ']'" "6: a name cannot hold ':'" "10: a quoted text is not closed" \
+  "8: E: a second one; the first is in line 7" "9: [C]: a second one; the first is in line 5" >expected
 Expects 1 "$(cat expected)\n" "$zebini" check wrong.ini edited.ini
 printf '[ x ]\n[ c ]\ne = 1\nE = 2\n[]\ng = 3\n[C]\nf = 4\n' >twice.ini
 Expects 0 '' "$zebini" diff twice.ini twice.ini

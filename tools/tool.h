@@ -65,7 +65,8 @@ inline STATUS Run(const TOOL &tool, int argc, char **argv) {
 inline int Main(const TOOL &tool, int argc, char **argv) {
   BaseInit();
   MemSetLimits(0xFFFFFFFF, 0xFFFFFFFF, 0);
-  ErrInitialize(ERR_TYPE_CALLBACK, tool.pszName, +[](ULONG, const char *) -> ULONG { return 0; }); // the tool says it
+  ErrInitialize(
+      ERR_TYPE_CALLBACK, tool.pszName, +[](ULONG, const char *) -> ULONG { return 0; }); // the tool says it
   const STATUS status = Run(tool, argc, argv);
   if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return status;
   return Trouble(tool.pszName, "the output cannot be written");

@@ -128,6 +128,14 @@ ULONG CheckTwice(const char *pszFile, const Ini &ini) {
   return ulMistakes;
 }
 
+// Makes a comment of a line; or, where there is room, a title that no file has, so that no key gets into another section.
+void LeaveOut(char *pch, std::size_t cb, bool fTitle, ULONG ulNumber) {
+  std::memset(pch, ' ', cb);
+  pch[0] = '#';
+  const char achTitle[] = {'[', static_cast<char>(0x80 + ulNumber), ']'};
+  if (fTitle && cb >= sizeof achTitle) std::memcpy(pch, achTitle, sizeof achTitle);
+}
+
 // What is wrong with a file: of each mistake that the library tells, the line is left out of the text, which is then
 // tried again.
 STATUS CheckFile(const char *pszFile) {
@@ -142,9 +150,10 @@ STATUS CheckFile(const char *pszFile) {
     if (error.ulCode == INI_ERROR_SYSTEM || error.ulCode == INI_ERROR_MEMORY) return CannotOpen(pszFile, error);
     std::printf("%s%s\n", pszFile, error.szText);
     if (error.ulLine == 0) return statusNo;
-    std::size_t cb = OffsetOfLine(buffer.View(), error.ulLine);
-    if (cb >= buffer.View().size() || pch[cb] == '#') return statusNo;
-    for (pch[cb++] = '#'; cb < buffer.View().size() && pch[cb] != '\n'; cb++) pch[cb] = ' ';
+    const std::size_t cb = OffsetOfLine(buffer.View(), error.ulLine);
+    const std::size_t cbEnd = std::min(buffer.View().find('\n', cb), buffer.View().size());
+    if (cb == cbEnd || pch[cb] == '#') return statusNo;
+    LeaveOut(pch + cb, cbEnd - cb, error.ulCode == INI_ERROR_TITLE, ul);
   }
   std::printf("%s: more than %lu mistakes\n", pszFile, ulMost);
   return statusNo;
