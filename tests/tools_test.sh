@@ -86,7 +86,7 @@ if Run "$zebini" list edited.ini >/dev/full 2>out; then Fail "a full disk was no
 grep -qx 'zebini: the output cannot be written' out || Fail "full disk: $(cat out)"
 Expects 2 'none: No such file or directory\n' "$zebini" set none a b c
 truncate -s 3G huge.ini
-Expects 2 'huge.ini: Cannot allocate memory\n' "$zebini" check huge.ini
+Expects 2 'huge.ini: File too large\n' "$zebini" check huge.ini
 mkfifo pipe
 Expects 2 'pipe: not a regular file\n' "$zebini" set pipe a b c
 long=$(printf %0255d 0)

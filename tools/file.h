@@ -44,10 +44,13 @@ class Buffer {
 };
 
 inline bool ReadAll(int iFile, Buffer &buffer) {
+  constexpr std::size_t cbMost = 1U << 26; // a file that is edited is a text in memory
   char ach[65536];
   ssize_t cb;
-  while ((cb = read(iFile, ach, sizeof ach)) > 0)
+  while ((cb = read(iFile, ach, sizeof ach)) > 0) {
+    if (buffer.View().size() > cbMost) return errno = EFBIG, false;
     if (!buffer.Put({ach, static_cast<std::size_t>(cb)})) return errno = ENOMEM, false;
+  }
   return cb == 0;
 }
 
