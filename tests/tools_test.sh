@@ -79,6 +79,9 @@ Expects 0 '' "$zebini" diff edited.ini link.ini
 Run "$zebini" set before.ini Last first 2
 Run "$zebini" set before.ini More k v
 Expects 1 '-[Last] first = 1\n+[Last] first = 2\n+[More]\n+[More] k = v\n' "$zebini" diff edited.ini before.ini
+printf '[ x ]\r\n[ s ]\r\na = 1\r\n' >crlf.ini
+for section in s t; do Run "$zebini" set crlf.ini $section b 2; done
+[ "$(grep -c "$(printf '\r')\$" crlf.ini)" -eq "$(wc -l <crlf.ini)" ] || Fail "a line end of another kind"
 echo '# nothing' >empty.ini
 Run "$zebini" set empty.ini a b c
 Expects 0 '[a]\n[a] b = c\n' "$zebini" list empty.ini

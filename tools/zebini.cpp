@@ -261,7 +261,8 @@ bool IsChanged(const Ini &ini, std::string_view svNew, const CHANGE &change) {
 // Puts a change into the text of a file.
 class Editor {
  public:
-  Editor(const Ini &ini, std::string_view sv, CHANGE change) : ini_(ini), sv_(sv), change_(change) {}
+  Editor(const Ini &ini, std::string_view sv, CHANGE change)
+      : ini_(ini), sv_(sv), change_(change), pszNew_(sv.find("\r\n") == sv.npos ? "\n" : "\r\n") {}
 
   bool Run() { // result: whether there is a text with the change, and nothing else
     const ULONG ulStart = StartOf(ini_, change_.section.sz);
@@ -318,7 +319,7 @@ class Editor {
     change_.ulEntry = EndOf(ini_, ulStart);
     if (AddKeyAt(ulStart)) return true;
     change_.ulEntry = ulStart;
-    return AddKeyAt(ulStart) || Try(0, 0, {change_.pszKey, " = "}, "\n"); // a file that begins with a title
+    return AddKeyAt(ulStart) || Try(0, 0, {change_.pszKey, " = "}, pszNew_); // a file that begins with a title
   }
 
   // The key has a line of its own, as far in as that before it. A title or a quoted text may have to end on this.
@@ -332,8 +333,8 @@ class Editor {
       std::size_t cbAt = cb;
       for (int i = 0; i < iMostTries && cbAt < sv_.size(); i++) {
         cbAt = std::min(sv_.find_first_of(pszEnds, cbAt), sv_.size() - 1) + 1;
-        const char *pszLineEnd = sv_[cbAt - 1] == '\n' ? "" : "\n";
-        if (Try(cbAt, cbAt, {pszLineEnd, szIndent, change_.pszKey, " = "}, "\n")) return true;
+        const char *pszLineEnd = sv_[cbAt - 1] == '\n' ? "" : pszNew_;
+        if (Try(cbAt, cbAt, {pszLineEnd, szIndent, change_.pszKey, " = "}, pszNew_)) return true;
       }
     }
     return false;
@@ -342,10 +343,12 @@ class Editor {
   bool AddSection() {
     change_.ulEntry = ini_->ulEntries;
     change_.ulNew = 2;
-    const char *pszLineEnd = sv_.empty() || sv_.back() == '\n' ? "" : "\n";
-    for (const char *pszHeader : {"", "[ zebini ]\n"}) // where there is none, the title may be taken for it
+    const char *pszLineEnd = sv_.empty() || sv_.back() == '\n' ? "" : pszNew_;
+    for (const char *pszHeader : {"", "[ zebini ]"}) // where there is none, the title may be taken for it
       if (Try(sv_.size(), sv_.size(),
-              {pszLineEnd, pszHeader, "\n[ ", change_.pszSection, " ]\n  ", change_.pszKey, " = "}, "\n"))
+              {pszLineEnd, pszHeader, *pszHeader ? pszNew_ : "", pszNew_, "[ ", change_.pszSection, " ]", pszNew_, "  ",
+               change_.pszKey, " = "},
+              pszNew_))
         return true;
     return false;
   }
@@ -353,6 +356,7 @@ class Editor {
   const Ini &ini_;
   const std::string_view sv_;
   CHANGE change_;
+  const char *const pszNew_; // what ends a line of the file
   Buffer bufferNew_;
 };
 
