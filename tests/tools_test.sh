@@ -145,10 +145,10 @@ for seed in $(seq 40); do # whatever is in a file, the tools end with a status o
     done
   done
 done
+# shellcheck disable=SC2016 # for other shells
 if [ -z "${RUN-}" ]; then # what is completed is not run
   printf '[ x ]\n[ `./ran` ]\n' >hostile.ini
   printf '#!/bin/sh\nrm "$0"\n' >ran && chmod +x ran
-  # shellcheck disable=SC2016 # for the shell that completes
   words='COMP_WORDS=("$1" get hostile.ini "") COMP_CWORD=3; _zebbase_tool; echo "${COMPREPLY[*]}"'
   Expects 0 '`./ran`\n' bash -c ". $completion; $words" bash "$zebini"
   [ -e ran ] || Fail "a name has been run"

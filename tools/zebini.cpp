@@ -41,7 +41,7 @@ std::string_view Part(std::string_view sv, std::size_t cbFrom, std::size_t cbTo)
   return {sv.data() + cbFrom, cbTo - cbFrom};
 }
 
-// The text from the beginning of a line on, as an offset. The library counts lines from 1, and the pieces of a long one.
+// Where a line begins, as an offset. The library counts lines from 1, and the pieces of a long one.
 std::size_t OffsetOfLine(std::string_view sv, ULONG ulLine) {
   std::size_t cb = 0;
   for (; ulLine > 1 && cb < sv.size(); ulLine--)
@@ -128,7 +128,7 @@ ULONG CheckTwice(const char *pszFile, const Ini &ini) {
   return ulMistakes;
 }
 
-// Makes a comment of a line; or, where there is room, a title that no file has, so that no key gets into another section.
+// Makes a comment of a line; or, where there is room, a title that no file has: no key gets into another section.
 void LeaveOut(char *pch, std::size_t cb, bool fTitle, ULONG ulNumber) {
   std::memset(pch, ' ', cb);
   pch[0] = '#';
