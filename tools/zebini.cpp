@@ -85,7 +85,8 @@ ULONG EndOf(const Ini &ini, ULONG ulStart) { // the next title, or the end of th
 ULONG FindKey(const Ini &ini, const char *pszSection, const char *pszKey) {
   const ULONG ulStart = StartOf(ini, pszSection);
   if (ulStart == ulNone) return ulNone;
-  for (ULONG ul = ulStart; ul < EndOf(ini, ulStart); ul++)
+  const ULONG ulEnd = EndOf(ini, ulStart);
+  for (ULONG ul = ulStart; ul < ulEnd; ul++)
     if (IsNamed(ini->aentry[ul], pszKey)) return ul;
   return ulNone;
 }
