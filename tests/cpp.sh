@@ -58,6 +58,7 @@ field("F", &ANY::plst, value<int>("N"));                                        
 record("R", describe<IN>(field("B", &IN::b)));                                       ~
 Load("f.ini", record("In", sdscIn));                                                 ~
 Record<IN> rec(record("In", sdscIn));                                                ~
+value<USHORT, FT_ENUM16>("F");                                                       ~what it nests is missing
 value<int[3]>("F");                                                                  ~an array is no single value
 constexpr auto m = field("F", &ANY::us, edscBig);                                    ~DescriptionIsWrong
 constexpr SDSC sdsc = parts({{"A", 0}});                                             ~

@@ -59,22 +59,27 @@ using Parse = Owner<PARSECTX, PrsEndParse_>; // of PrsStartParse, PrsStartParseT
 using Search = Owner<FILSEARCH, EndSearch>;  // of FindNext
 using CommandLine = Owner<CMDRESULT, MemFreeMem_>; // of CmdParseCmdLine
 
+namespace detail {
 template <typename T>
 constexpr bool fFitsBlock = alignof(T) <= 8; // mem.h
+
+template <typename T>
+T *AllocatePlain(ULONG ulCount, Place place) noexcept {
+  static_assert(std::is_trivial_v<T>, "a block is for plain data; what has constructors goes into a List");
+  static_assert(fFitsBlock<T>, "no block is aligned for this");
+  if (ulCount > std::numeric_limits<ULONG>::max() / sizeof(T)) return nullptr;
+  return static_cast<T *>(MemAllocMem_(ulCount * sizeof(T), place.ulLine, place.pszFile));
+}
+} // namespace detail
 
 // A cleared block for one T, or for an array of them. T is plain data: nothing is constructed or destroyed.
 template <typename T>
 Block<T> NewBlock(Place place = Place::Here()) noexcept {
-  static_assert(std::is_trivial_v<T>, "a block is for plain data; what has constructors goes into a List");
-  static_assert(fFitsBlock<T>, "no block is aligned for this");
-  return Block<T>(static_cast<T *>(MemAllocMem_(sizeof(T), place.ulLine, place.pszFile)));
+  return Block<T>(detail::AllocatePlain<T>(1, place));
 }
 template <typename T>
 Block<T[]> NewArray(ULONG ulCount, Place place = Place::Here()) noexcept {
-  static_assert(std::is_trivial_v<T>, "a block is for plain data; what has constructors goes into a List");
-  static_assert(fFitsBlock<T>, "no block is aligned for this");
-  if (ulCount > std::numeric_limits<ULONG>::max() / sizeof(T)) return nullptr;
-  return Block<T[]>(static_cast<T *>(MemAllocMem_(ulCount * sizeof(T), place.ulLine, place.pszFile)));
+  return Block<T[]>(detail::AllocatePlain<T>(ulCount, place));
 }
 
 // A copy of a text, which is not null.
@@ -168,7 +173,7 @@ class List {
   static_assert(std::is_object_v<T> && !std::is_array_v<T> && !std::is_const_v<T>, "elements are objects");
   static_assert(!std::is_pointer_v<T>, "elements are owned; for pointers there is ListView");
   static_assert(std::is_nothrow_destructible_v<T>, "what throws when it is destroyed has no place here");
-  static_assert(fFitsBlock<T>, "no block is aligned for this");
+  static_assert(detail::fFitsBlock<T>, "no block is aligned for this");
 
  public:
   using value_type = T;
@@ -215,7 +220,8 @@ class List {
     });
   }
 
-  // The element behind the one that is deleted. All other iterators stay good.
+  // The element behind the one that is deleted. All other iterators stay good, as they do in all changes of a list
+  // that has a LIST.
   iterator erase(const_iterator it) noexcept {
     LISTITEM *pli = it.node();
     const iterator itNext(plst_, pli->pliNext);
@@ -300,10 +306,10 @@ template <typename T>
 struct Field {
   FDSC fdsc;
   constexpr operator const FDSC *() const noexcept { return &fdsc; }
-  constexpr Field format(const char *psz) const noexcept { return {WithFormat(fdsc, psz)}; }
-  static constexpr FDSC WithFormat(FDSC fdsc, const char *psz) noexcept {
-    fdsc.pszFormat = psz;
-    return fdsc;
+  constexpr Field format(const char *psz) const noexcept {
+    Field field = *this;
+    field.fdsc.pszFormat = psz;
+    return field;
   }
 };
 
@@ -313,7 +319,11 @@ struct Member {
   M T::*pm;
   FDSC fdsc;
 
-  constexpr Member format(const char *psz) const noexcept { return {pm, Field<M>::WithFormat(fdsc, psz)}; }
+  constexpr Member format(const char *psz) const noexcept {
+    Member member = *this;
+    member.fdsc.pszFormat = psz;
+    return member;
+  }
   constexpr Member flags(ULONG fl) const noexcept {
     Member member = *this;
     member.fdsc.flFlags |= fl;
@@ -348,20 +358,17 @@ constexpr bool IsInteger(std::size_t cb) {
   return sizeof(E) == cb && (std::is_integral_v<E> || std::is_enum_v<E>);
 }
 
-// Whether elements of type E can be of a type code that a program names.
+// Whether elements of type E can be of a type code that a program names. Those that nest something come from this.
 template <typename E>
 constexpr bool Suits(ULONG ulType) {
   switch (ulType) {
     case FT_BOOL16:
-    case FT_ENUM16:
       return IsInteger<E>(2);
     case FT_BOOL32:
-    case FT_ENUM32:
       return IsInteger<E>(4);
     case FT_REALTIME:
       return std::is_same_v<E, double>;
     case FT_FIXEDSTRING:
-    case FT_DOTTED:
       return std::is_same_v<E, char>;
     case FT_VERBOSITY:
     case FT_INTERVAL:
@@ -380,6 +387,7 @@ template <ULONG ulNamed, typename M>
 constexpr ULONG ValueCode() {
   using E = std::remove_extent_t<M>;
   constexpr ULONG ulType = ulNamed == ulDeduced ? CodeOf<E>() : ulNamed;
+  static_assert(ulType != FT_DOTTED && ulType != FT_ENUM16 && ulType != FT_ENUM32, "what it nests is missing");
   static_assert(Suits<E>(ulType), "no field has a value of this type, or not with this type code");
   static_assert(!std::is_same_v<M, char>, "a text is an array of char");
   return ulType;
@@ -414,7 +422,6 @@ struct Builder {
 // It is named where several have this type: field<FT_BOOL32>("Active", &Server::fActive).
 template <ULONG ulType = detail::ulDeduced, typename T, typename M>
 constexpr Member<T, M> field(const char *pszName, M T::*pm) noexcept {
-  static_assert(ulType != FT_DOTTED && ulType != FT_ENUM16 && ulType != FT_ENUM32, "what it nests is missing");
   return {pm, {0, pszName, 0, detail::ValueCode<ulType, M>(), detail::ulCount<M>, nullptr, nullptr}};
 }
 
