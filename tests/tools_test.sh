@@ -131,7 +131,9 @@ cat header >>large.rec
 truncate -s $((2 * (16 + 2147483648))) large.rec
 Expects 0 "0\t3\t2147483648\tbig\t0\t7\n2147483664\t3\t2147483648\tbig\t0\t7\n" "$zebtag" list large.rec
 
-for seed in $(seq 40); do # whatever is in a file, the tools end with a status of theirs
+# Whatever is in a file, the tools end with a status of theirs, which is not that of a sanitizer.
+export ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=exitcode=99
+for seed in $(seq 40); do
   for file in good.rec edited.ini; do
     awk -v seed="$seed" -v size="$(wc -c <$file)" 'BEGIN { srand(seed); for (i = 0; i < 6; i++)
       printf "%d %03o\n", rand() * (rand() < 0.5 ? size : 400), rand() * 256 }' >damage

@@ -2,6 +2,7 @@
 #ifndef ZEBBASE_TOOLS_TOOL_H
 #define ZEBBASE_TOOLS_TOOL_H
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -31,6 +32,15 @@ __attribute__((format(printf, 2, 3))) inline STATUS Trouble(const char *pszFile,
   std::fputc('\n', stderr);
   va_end(va);
   return statusTrouble;
+}
+
+inline STATUS SystemTrouble(const char *pszFile, int iError) { return Trouble(pszFile, "%s", std::strerror(iError)); }
+
+// The worst that a command comes to for several files.
+inline STATUS ForFiles(char **ppszFile, int iCount, STATUS (*pfnFile)(const char *pszFile)) {
+  STATUS status = statusGood;
+  for (int i = 0; i < iCount; i++) status = std::max(status, pfnFile(ppszFile[i]));
+  return status;
 }
 
 inline void PutUsage(FILE *pf, const TOOL &tool) {

@@ -142,7 +142,7 @@ void LeaveOut(char *pch, std::size_t cb, bool fTitle, ULONG ulNumber) {
 STATUS CheckFile(const char *pszFile) {
   constexpr ULONG ulMost = 100;
   Buffer buffer;
-  if (!ReadFile(pszFile, buffer)) return Trouble(pszFile, "%s", std::strerror(errno));
+  if (!ReadFile(pszFile, buffer)) return SystemTrouble(pszFile, errno);
   auto *pch = const_cast<char *>(buffer.View().data());
   for (ULONG ul = 0; ul < ulMost; ul++) {
     zebbase::Error error = {};
@@ -160,11 +160,7 @@ STATUS CheckFile(const char *pszFile) {
   return statusNo;
 }
 
-STATUS Check(char **ppszFile, int iCount) {
-  STATUS status = statusGood;
-  for (int i = 0; i < iCount; i++) status = std::max(status, CheckFile(ppszFile[i]));
-  return status;
-}
+STATUS Check(char **ppszFile, int iCount) { return ForFiles(ppszFile, iCount, CheckFile); }
 
 STATUS Get(char **ppsz, int) {
   const auto ini = zebbase::OpenIni(ppsz[0]);
@@ -366,13 +362,13 @@ STATUS Set(char **ppsz, int) {
   struct stat st;
   if (stat(pszFile, &st) == 0 && !S_ISREG(st.st_mode)) return Trouble(pszFile, "not a regular file");
   Buffer buffer;
-  if (!ReadFile(pszFile, buffer)) return Trouble(pszFile, "%s", std::strerror(errno));
+  if (!ReadFile(pszFile, buffer)) return SystemTrouble(pszFile, errno);
   zebbase::Error error = {};
   const Ini ini = OpenText(buffer.View(), error);
   if (!ini) return CannotOpen(pszFile, error);
   Editor editor(ini, buffer.View(), {ppsz[1], ppsz[2], ppsz[3], Name(ppsz[1]), Name(ppsz[2]), 0, 0});
   if (!editor.Run()) return Trouble(pszFile, "the file cannot hold [%s] %s = %s", ppsz[1], ppsz[2], ppsz[3]);
-  if (const int iError = ReplaceFile(pszFile, editor.View())) return Trouble(pszFile, "%s", std::strerror(iError));
+  if (const int iError = ReplaceFile(pszFile, editor.View())) return SystemTrouble(pszFile, iError);
   return statusGood;
 }
 

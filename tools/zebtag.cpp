@@ -36,33 +36,33 @@ struct RECORD {
 // Opens a regular file: others do not tell where they end.
 Stream Open(const char *pszFile, long long &llSize) {
   struct stat st;
-  if (stat(pszFile, &st) != 0) return Trouble(pszFile, "%s", std::strerror(errno)), nullptr;
+  if (stat(pszFile, &st) != 0) return SystemTrouble(pszFile, errno), nullptr;
   if (!S_ISREG(st.st_mode)) return Trouble(pszFile, "not a regular file"), nullptr;
   llSize = st.st_size;
   Stream stream(std::fopen(pszFile, "rb"));
-  if (!stream) Trouble(pszFile, "%s", std::strerror(errno));
+  if (!stream) SystemTrouble(pszFile, errno);
   return stream;
 }
 
 __attribute__((format(printf, 3, 4))) STATUS Damage(const char *pszFile, long long llOffset, const char *pszFormat,
                                                     ...) {
+  char szWhat[128];
   std::va_list va;
   va_start(va, pszFormat);
-  std::fprintf(stderr, "%s: byte %lld: ", pszFile, llOffset);
-  std::vfprintf(stderr, pszFormat, va);
-  std::fputc('\n', stderr);
+  std::vsnprintf(szWhat, sizeof szWhat, pszFormat, va);
   va_end(va);
+  Trouble(pszFile, "byte %lld: %s", llOffset, szWhat);
   return statusNo;
 }
 
 // Reads the header at an offset, and holds it against the file.
 STATUS ReadRecord(const char *pszFile, FILE *pf, long long llOffset, long long llSize, RECORD &rec) {
   rec = {{}, llOffset, pf};
-  if (fseeko(pf, llOffset, SEEK_SET) != 0) return Trouble(pszFile, "%s", std::strerror(errno));
+  if (fseeko(pf, llOffset, SEEK_SET) != 0) return SystemTrouble(pszFile, errno);
   const long long llLeft = llSize - llOffset - static_cast<long long>(sizeof(TAG));
   if (llLeft < 0) return Damage(pszFile, llOffset, "the file ends within the header of a record");
   const ULONG rc = TagReadTag(pf, &rec.tag);
-  if (rc == ERROR_TAG_READ) return Trouble(pszFile, "%s", std::strerror(errno));
+  if (rc == ERROR_TAG_READ) return SystemTrouble(pszFile, errno);
   if (rc != 0) return Damage(pszFile, llOffset, "no record begins here");
   if (rec.tag.usTag > TAG_MAX)
     return Damage(pszFile, llOffset, "a record of number %u, above %d", rec.tag.usTag, TAG_MAX);
@@ -309,12 +309,11 @@ STATUS Show(char **ppsz, int iCount) {
   return ForRecords(pszFile, [&](const RECORD &rec) { return ShowRecord(pszFile, rec, description, fJson); });
 }
 
-STATUS Check(char **ppsz, int iCount) {
-  STATUS status = statusGood;
-  for (int i = 0; i < iCount; i++)
-    status = std::max(status, ForRecords(ppsz[i], [](const RECORD &) { return statusGood; }));
-  return status;
+STATUS CheckFile(const char *pszFile) {
+  return ForRecords(pszFile, [](const RECORD &) { return statusGood; });
 }
+
+STATUS Check(char **ppszFile, int iCount) { return ForFiles(ppszFile, iCount, CheckFile); }
 
 STATUS Cat(char **ppsz, int iCount) {
   const int iNumber = iCount > 1 ? NumberOf(ppsz[1]) : 0;
@@ -329,7 +328,7 @@ STATUS Extract(char **ppsz, int) {
   const int iNumber = NumberOf(ppsz[1]);
   if (iNumber < 0) return Trouble("zebtag", "no number of a record: %s", ppsz[1]);
   const Stream stream(std::fopen(ppsz[2], "wbx"));
-  if (!stream) return Trouble(ppsz[2], "%s", std::strerror(errno));
+  if (!stream) return SystemTrouble(ppsz[2], errno);
   STATUS status = ForRecords(ppsz[0], [&](const RECORD &rec) {
     if (rec.tag.usTag != iNumber) return statusGood;
     TAG tag = rec.tag;
