@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 #include "cmdtable.h"
 #include "convert.h"
 #include "inierror.h"
+#include "rows.h"
 #include "text.h"
 
 static_assert(sizeof(CMDERROR) == 136);
@@ -31,12 +31,20 @@ FAULT CheckTexts(const CMDOPTION &cmdo) {
 }
 
 // The described fields that hold what the types of the command line do; FT_TYPES where there is none.
-constexpr BYTE aFieldType[] = {FT_SHORT,  FT_USHORT, FT_ULONG, FT_LONG,  FT_ULONG,
-                               FT_DOUBLE, FT_TYPES,  FT_TYPES, FT_TYPES, FT_FLOAT};
-static_assert(std::size(aFieldType) == ulOptionTypes && aFieldType[CMD_TYPE_FLOAT] == FT_FLOAT);
+struct SCANNED {
+  ULONG ulType;
+  ULONG ulFieldType;
+};
+constexpr SCANNED aScanned[] = {
+    {CMD_TYPE_SHORT, FT_SHORT},  {CMD_TYPE_USHORT, FT_USHORT},   {CMD_TYPE_BOOLEAN, FT_ULONG},
+    {CMD_TYPE_LONG, FT_LONG},    {CMD_TYPE_ULONG, FT_ULONG},     {CMD_TYPE_DOUBLE, FT_DOUBLE},
+    {CMD_TYPE_STRING, FT_TYPES}, {CMD_TYPE_CHARACTER, FT_TYPES}, {CMD_TYPE_STRINGARRAY, FT_TYPES},
+    {CMD_TYPE_FLOAT, FT_FLOAT},
+};
+static_assert(AreRowsOf(aScanned, 0, ulOptionTypes - 1));
 
 bool HasFittingConversion(const CMDOPTION &cmdo) {
-  if (cmdo.ulTypeCode != CMD_TYPE_CHARACTER) return IsScanFor(aFieldType[cmdo.ulTypeCode], cmdo.szConversion);
+  if (cmdo.ulTypeCode != CMD_TYPE_CHARACTER) return IsScanFor(aScanned[cmdo.ulTypeCode].ulFieldType, cmdo.szConversion);
   return std::strcmp(SkipSpace(cmdo.szConversion), "%c") == 0;
 }
 

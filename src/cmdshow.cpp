@@ -9,6 +9,7 @@
 #include "cmdtable.h"
 #include "guard.h"
 #include "output.h"
+#include "rows.h"
 #include "zebbase/fil.h"
 
 namespace {
@@ -35,7 +36,7 @@ void PutArray(FILE *pf, const char *pszFormat, const CMDVALUE &value) {
 void PutNothing(FILE *pf, const char *pszFormat, const CMDVALUE &) { std::fputs(pszFormat, pf); }
 
 struct OPTIONTYPE {
-  ULONG ulCode;
+  ULONG ulType;
   char szName[12];
   char szHelp[21];
   void (*pfnPut)(FILE *pf, const char *pszFormat, const CMDVALUE &value);
@@ -54,12 +55,7 @@ constexpr OPTIONTYPE aType[] = {
     {CMD_TYPE_FLOAT, "FLOAT", "(floating point)", PutMember<&CMDVALUE::fltValue, double>, "%f\n"},
     {ulOptionTypes, "UNKNOWN", "(unknown)", PutNothing, "Error! Unrecognized type\n"},
 };
-static_assert([] {
-  ULONG ulCode = 0;
-  for (const OPTIONTYPE &type : aType)
-    if (type.ulCode != ulCode++) return false;
-  return true;
-}());
+static_assert(AreRowsOf(aType, 0, ulOptionTypes));
 
 const OPTIONTYPE &TypeOf(const CMDOPTION &cmdo) { return aType[std::min(cmdo.ulTypeCode, ulOptionTypes)]; }
 

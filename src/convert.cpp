@@ -18,6 +18,7 @@
 #include "fraction.h"
 #include "guard.h"
 #include "memory.h"
+#include "rows.h"
 #include "severity.h"
 #include "text.h"
 #include "zebbase/base.h"

@@ -9,6 +9,7 @@
 #include <cstddef>
 
 #include "bytes.h"
+#include "rows.h"
 #include "zebbase/ini.h"
 
 // --- Types ---
@@ -23,15 +24,6 @@ enum class STORAGE : BYTE {
 };
 
 enum class NESTED : BYTE { None, Structure, Enumeration, Field };
-
-// Whether the rows of a table are those of the type codes from ulFirst to ulLast, in their order.
-template <typename ROW, std::size_t N>
-constexpr bool AreRowsOf(const ROW (&arow)[N], ULONG ulFirst, ULONG ulLast) {
-  ULONG ulType = ulFirst;
-  for (const ROW &row : arow)
-    if (row.ulType != ulType++) return false;
-  return ulType == ulLast + 1;
-}
 
 struct FIELDTYPE {
   ULONG ulType;

@@ -15,6 +15,7 @@
 #include "convert.h"
 #include "enumeration.h"
 #include "fraction.h"
+#include "rows.h"
 #include "text.h"
 #include "zebbase/tme.h"
 
