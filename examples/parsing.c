@@ -19,13 +19,16 @@ static BOOL ReadStatement(PARSECTX *pprs) {
   switch (PrsGetKeyword(pprs, apszKeyword, 3)) {
     case 0:
       if (!PrsGetNumber(pprs, &lWidth) || !PrsGetHexNumber(pprs, &ulColour)) return 0;
-      return printf("pen of width %ld, colour %06lX\n", lWidth, ulColour) > 0;
+      printf("pen of width %ld, colour %06lX\n", lWidth, ulColour);
+      return 1;
     case 1:
       if (!PrsGetLinePattern(pprs, "(%n,%n) to (%n,%n)", &lX1, &lY1, &lX2, &lY2)) return 0;
-      return printf("line by %ld, %ld\n", lX2 - lX1, lY2 - lY1) > 0;
+      printf("line by %ld, %ld\n", lX2 - lX1, lY2 - lY1);
+      return 1;
     case 2:
-      if (!PrsGetSentence(pprs, szSaid)) return 0; /* as long as the whole input at most */
-      return printf("says: %s\n", szSaid) > 0 && PrsNextWord(pprs, "end");
+      if (!PrsGetSentence(pprs, szSaid) || !PrsNextWord(pprs, "end")) return 0; /* as long as the whole input at most */
+      printf("says: %s\n", szSaid);
+      return 1;
     default:
       return 0;
   }

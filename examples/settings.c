@@ -28,8 +28,8 @@ INI_FIELD(fdscSettings, SETTINGS, "Settings", STRUCT(sdscSettings));
 
 static ULONG ShowFinding(const INIFINDING *pfinding, void *pvUser) {
   (void)pvUser;
-  return printf("%s: %s\n", pfinding->fMistake ? "mistake" : "note", pfinding->szText) <
-         0; /* 0: read it all the same */
+  printf("%s: %s\n", pfinding->fMistake ? "mistake" : "note", pfinding->szText);
+  return 0; /* read it all the same */
 }
 
 static void Read(SETTINGS *pset) {
