@@ -232,15 +232,16 @@ void TypeKeys(const std::string &strKeys) { // standard input from now on
 
 TEST_F(Cmd, PrintsUsageAndEntries) {
   // Behind the switch without a character, z stands apart from a switch, and so does the last y.
-  Table acmdo = Entries("! :5 -a1 -b1 !-c -o o:3 !o:10 p:7 - z :8 :2 y z");
+  Table acmdo = Entries("! :5 -a1 -b1 !-c2 !-d2 -o o:3 !o:10 p:7 - z :8 :2 y z");
   std::strcpy(acmdo[0].szArgumentName, "a name of exactly 29 charact.");
   EXPECT_EQ("\n" + Syntax(acmdo, "/usr/bin/tool.bin"), R"(
-tool Arg1 [Arg2] [-a | -b] -c [-o o1 o2 o3] [ z1] [Arg3] [Arg4] [ y1] 
+tool Arg1 [Arg2] [-a | -b] -c | -d [-o o1 o2 o3] [ z1] [Arg3] [Arg4] [ y1] 
     Arg1 - a name of exactly 29 charact. required argument (string)
     Arg2 - name optional argument (floating point)
     -a   - name optional switch
     -b   - name optional switch
     -c   - name required switch
+    -d   - name required switch
     -o   - name optional switch
      o1  -   name optional switch argument (integer)
      o2  -   name required switch argument (unknown)
@@ -251,6 +252,8 @@ tool Arg1 [Arg2] [-a | -b] -c [-o o1 o2 o3] [ z1] [Arg3] [Arg4] [ y1]
 Type "-h" for syntax, "-h full" for full help, or "-h argid" for topical help.
 )");
   EXPECT_TRUE(Syntax({}, nullptr).starts_with(" \n"));
+  const std::string strMany = Syntax(Table(1000, Entry(":2")), nullptr);
+  EXPECT_NE(strMany.find("\n    Arg1000- name optional argument (boolean)\n"), strMany.npos);
 }
 
 TEST_F(Cmd, PausesBetweenPagesOfHelp) {

@@ -66,6 +66,7 @@ rm hostlog.ini
 
 # Settings that are refused, and what is said of them, line by line.
 mkdir folder
+Refuses 'No such file' missing
 Refuses 'Is a directory' folder
 while IFS='~' read -r text messages; do
   printf %b "$text" >wrong
@@ -79,7 +80,11 @@ done <<'EOT'
 EOT
 
 # Help, and command lines that the program's table refuses.
-Hostlog 0 -h w1
+for topic in '' full arg1 -v w1; do
+  # shellcheck disable=SC2086 # no topic is no argument
+  Hostlog 0 -h $topic
+  { [ -s out ] && [ ! -s err ]; } || Fail "-h $topic: $(cat out err)"
+done
 grep -q '^w1: the paths' out || Fail "-h w1: $(cat out)"
 for mistake in '-b -f' '-n x' '-s' 'a b' '-w a -w b'; do
   # shellcheck disable=SC2086 # several arguments

@@ -228,6 +228,8 @@ TEST_F(MemoryTest, EndsTheProcessAtAFatalLimit) {
   ExpectEnd(1, 10000, 1, "Exceeded MaxNumBlocksAllowed 10001 > 10000");
   ExpectEnd(10000000 - 25, 1, 1, "Exceeded MaxAmountMemoryAllowed 10000026 > 10000000");
   ExpectEnd(1, 1, 0xFFFFFFFF, "Exceeded MaxAmountMemoryAllowed 4294967295 > 10000000");
+  BaseSetVerbosity(~VERB_ERROR);
+  ExpectEnd(1, 10000, 1, "");
 }
 
 TEST_F(MemoryTest, GivesNullWithoutMemory) {
